@@ -1,0 +1,1 @@
+#include "DataStore/contract/QMRDataStoreConstants.h"
