@@ -39,6 +39,10 @@ void ComQuillmereIO_MemoryStream::seekToOffset(std::uint64_t offset) {
     _position = static_cast<std::size_t>(offset);
 }
 
-std::uint64_t ComQuillmereIO_MemoryStream::length() const { return _bytes.size(); }
+std::uint64_t ComQuillmereIO_MemoryStream::length() const {
+    return _bytes.size();
+}
 
-const QMRData& ComQuillmereIO_MemoryStream::data() const { return _bytes; }
+const QMRData& ComQuillmereIO_MemoryStream::data() const {
+    return _bytes;
+}

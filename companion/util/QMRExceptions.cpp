@@ -4,8 +4,8 @@
 
 #include "companion/util/comQuillmereUtil_ExceptionUtil.h"
 
-QMRException::QMRException(std::string name, std::string reason, std::string sourceFile,
-                           std::string sourceMethod, std::uint_least32_t sourceLine)
+QMRException::QMRException(std::string name, std::string reason, std::string sourceFile, std::string sourceMethod,
+                           std::uint_least32_t sourceLine)
     : _name(std::move(name)),
       _reason(std::move(reason)),
       _sourceFile(std::move(sourceFile)),
@@ -19,9 +19,11 @@ std::exception_ptr make(const std::string& reason, std::string file, std::string
 }
 }  // namespace
 
-std::exception_ptr comQuillmereUtil_ExceptionUtil::exceptionWithExceptionName(
-    std::string_view exceptionName, const std::string& exceptionDescription, std::string thrownFromFile,
-    std::string thrownFromMethod, std::uint_least32_t thrownFromLine) {
+std::exception_ptr comQuillmereUtil_ExceptionUtil::exceptionWithExceptionName(std::string_view exceptionName,
+                                                                              const std::string& exceptionDescription,
+                                                                              std::string thrownFromFile,
+                                                                              std::string thrownFromMethod,
+                                                                              std::uint_least32_t thrownFromLine) {
     auto file = std::move(thrownFromFile);
     auto method = std::move(thrownFromMethod);
     if (exceptionName == QMRNotSupportedException::exceptionName)

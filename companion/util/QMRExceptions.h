@@ -29,15 +29,14 @@ private:
 };
 
 // Defines an exception class deriving from a standard exception, so callers may catch either.
-#define QMR_DECLARE_EXCEPTION(ClassName, StandardBase, ExceptionName)                                 \
-    class ClassName : public StandardBase, public QMRException {                                      \
-    public:                                                                                           \
-        static constexpr const char* exceptionName = ExceptionName;                                   \
-        explicit ClassName(const std::string& reason, std::string sourceFile = {},                    \
-                           std::string sourceMethod = {}, std::uint_least32_t sourceLine = 0)         \
-            : StandardBase(reason),                                                                   \
-              QMRException(exceptionName, reason, std::move(sourceFile), std::move(sourceMethod),     \
-                           sourceLine) {}                                                             \
+#define QMR_DECLARE_EXCEPTION(ClassName, StandardBase, ExceptionName)                                             \
+    class ClassName : public StandardBase, public QMRException {                                                  \
+    public:                                                                                                       \
+        static constexpr const char* exceptionName = ExceptionName;                                               \
+        explicit ClassName(const std::string& reason, std::string sourceFile = {}, std::string sourceMethod = {}, \
+                           std::uint_least32_t sourceLine = 0)                                                    \
+            : StandardBase(reason),                                                                               \
+              QMRException(exceptionName, reason, std::move(sourceFile), std::move(sourceMethod), sourceLine) {}  \
     }
 
 QMR_DECLARE_EXCEPTION(QMRNotSupportedException, std::logic_error, "QMRNotSupportedException");

@@ -14,8 +14,7 @@ public:
     // carrying the name otherwise), ready to be thrown with std::rethrow_exception.
     static std::exception_ptr exceptionWithExceptionName(std::string_view exceptionName,
                                                          const std::string& exceptionDescription,
-                                                         std::string thrownFromFile,
-                                                         std::string thrownFromMethod,
+                                                         std::string thrownFromFile, std::string thrownFromMethod,
                                                          std::uint_least32_t thrownFromLine);
 
     // Builds the named exception with the caller's source location and throws it.

@@ -1,0 +1,15 @@
+#pragma once
+// Everything an application needs to work with a DataStore back-end.
+#include "DataStore/contract/QMRChangeInfo.h"
+#include "DataStore/contract/QMRDataStore.h"
+#include "DataStore/contract/QMRDataStoreConstants.h"
+#include "DataStore/contract/QMRDataStoreError.h"
+#include "DataStore/contract/QMRDataStoreOperation.h"
+#include "DataStore/contract/QMREnumerable.h"
+#include "DataStore/contract/QMRFileMetadata.h"
+#include "DataStore/contract/QMRSharingFileOrFolderInfo.h"
+#include "DataStore/contract/QMRSharingPartyInfo.h"
+#include "DataStore/contract/QMRStorageSpaceInfo.h"
+#include "companion/io/ComQuillmereIO_MemoryStream.h"
+#include "companion/util/QMRError.h"
+#include "companion/util/QMRExceptions.h"

@@ -1,1 +1,0 @@
-#include "DataStore/contract/QMRDataStoreConstants.h"

@@ -1,0 +1,124 @@
+#include "companion/xml/QMRXmlSyntax.h"
+
+#include <cstddef>
+#include <fmt/format.h>
+
+#include "companion/util/comQuillmereUtil_ExceptionUtil.h"
+
+namespace {
+
+constexpr char32_t kInvalidCodePoint = 0xFFFFFFFF;
+
+// Decodes the UTF-8 sequence at `pos` and advances past it; kInvalidCodePoint for a malformed,
+// overlong or surrogate sequence (one byte is then skipped).
+char32_t decodeUtf8(std::string_view text, std::size_t& pos) {
+    const auto lead = static_cast<unsigned char>(text[pos++]);
+    if (lead < 0x80) return lead;
+    int length = 0;
+    char32_t codePoint = 0;
+    char32_t minimum = 0;
+    if ((lead & 0xE0) == 0xC0) {
+        length = 1, codePoint = lead & 0x1F, minimum = 0x80;
+    } else if ((lead & 0xF0) == 0xE0) {
+        length = 2, codePoint = lead & 0x0F, minimum = 0x800;
+    } else if ((lead & 0xF8) == 0xF0) {
+        length = 3, codePoint = lead & 0x07, minimum = 0x10000;
+    } else {
+        return kInvalidCodePoint;
+    }
+    if (text.size() - pos < static_cast<std::size_t>(length)) return kInvalidCodePoint;
+    for (int i = 0; i < length; ++i) {
+        const auto next = static_cast<unsigned char>(text[pos + i]);
+        if ((next & 0xC0) != 0x80) return kInvalidCodePoint;
+        codePoint = (codePoint << 6) | (next & 0x3F);
+    }
+    pos += length;
+    if (codePoint < minimum || codePoint > 0x10FFFF || (codePoint >= 0xD800 && codePoint <= 0xDFFF))
+        return kInvalidCodePoint;
+    return codePoint;
+}
+
+bool isNameStartChar(char32_t c, bool allowColon) {
+    if (c == ':') return allowColon;
+    return (c >= 'A' && c <= 'Z') || c == '_' || (c >= 'a' && c <= 'z') || (c >= 0xC0 && c <= 0xD6) ||
+           (c >= 0xD8 && c <= 0xF6) || (c >= 0xF8 && c <= 0x2FF) || (c >= 0x370 && c <= 0x37D) ||
+           (c >= 0x37F && c <= 0x1FFF) || (c >= 0x200C && c <= 0x200D) || (c >= 0x2070 && c <= 0x218F) ||
+           (c >= 0x2C00 && c <= 0x2FEF) || (c >= 0x3001 && c <= 0xD7FF) || (c >= 0xF900 && c <= 0xFDCF) ||
+           (c >= 0xFDF0 && c <= 0xFFFD) || (c >= 0x10000 && c <= 0xEFFFF);
+}
+
+bool isNameChar(char32_t c, bool allowColon) {
+    return isNameStartChar(c, allowColon) || c == '-' || c == '.' || (c >= '0' && c <= '9') || c == 0xB7 ||
+           (c >= 0x300 && c <= 0x36F) || (c >= 0x203F && c <= 0x2040);
+}
+
+bool isXmlChar(char32_t c) {
+    return c == 0x9 || c == 0xA || c == 0xD || (c >= 0x20 && c <= 0xD7FF) || (c >= 0xE000 && c <= 0xFFFD) ||
+           (c >= 0x10000 && c <= 0x10FFFF);
+}
+
+}  // namespace
+
+bool QMRXmlSyntax::isName(std::string_view name, bool allowColon) {
+    if (name.empty()) return false;
+    std::size_t pos = 0;
+    if (!isNameStartChar(decodeUtf8(name, pos), allowColon)) return false;
+    while (pos < name.size()) {
+        if (!isNameChar(decodeUtf8(name, pos), allowColon)) return false;
+    }
+    return true;
+}
+
+bool QMRXmlSyntax::isRepresentable(std::string_view text) {
+    std::size_t pos = 0;
+    while (pos < text.size()) {
+        // ASCII needs no decoding; this keeps long texts cheap.
+        const auto byte = static_cast<unsigned char>(text[pos]);
+        if (byte >= 0x20 && byte < 0x80) {
+            ++pos;
+            continue;
+        }
+        if (!isXmlChar(decodeUtf8(text, pos))) return false;
+    }
+    return true;
+}
+
+void QMRXmlSyntax::validateName(std::string_view name, bool allowColon, std::string_view what) {
+    if (!isName(name, allowColon))
+        comQuillmereUtil_ExceptionUtil::raise(QMRInvalidArgumentException::exceptionName,
+                                              fmt::format("{} \"{}\" is not a valid XML name", what, name));
+}
+
+void QMRXmlSyntax::validateRepresentable(std::string_view text, std::string_view what) {
+    if (!isRepresentable(text))
+        comQuillmereUtil_ExceptionUtil::raise(
+            QMRInvalidArgumentException::exceptionName,
+            fmt::format("{} holds invalid UTF-8 or a character that XML 1.0 cannot represent", what));
+}
+
+void QMRXmlSyntax::appendEscapedText(std::string& out, std::string_view text) {
+    for (const char c : text) {
+        switch (c) {
+            case '&': out += "&amp;"; break;
+            case '<': out += "&lt;"; break;
+            case '>': out += "&gt;"; break;
+            case '\r': out += "&#13;"; break;
+            default: out += c;
+        }
+    }
+}
+
+void QMRXmlSyntax::appendEscapedAttributeValue(std::string& out, std::string_view value) {
+    for (const char c : value) {
+        switch (c) {
+            case '&': out += "&amp;"; break;
+            case '<': out += "&lt;"; break;
+            case '>': out += "&gt;"; break;
+            case '"': out += "&quot;"; break;
+            case '\t': out += "&#9;"; break;
+            case '\n': out += "&#10;"; break;
+            case '\r': out += "&#13;"; break;
+            default: out += c;
+        }
+    }
+}
