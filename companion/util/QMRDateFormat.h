@@ -1,6 +1,8 @@
 #pragma once
 // Reading and writing dates in the fixed patterns that servers use. Day and month names are
 // always English, whatever the process locale; nothing here depends on the C or C++ locale.
+// Readers return nullopt for any text that does not follow the pattern to its end; names are
+// compared without regard to ASCII case. Writers cut the time to the second (towards the past).
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -18,7 +20,7 @@ public:
     static std::optional<QMRDate> fromRfc1123String(std::string_view text);
 
     // "yyyy-MM-dd'T'HH:mm:ssZZ": written in UTC with "Z" (2013-05-01T10:20:30Z); read with "Z" or a
-    // numeric zone ("+0200", "+02:00").
+    // numeric zone ("+0200", "+02:00"), and a fraction of a second if present ("10:20:30.25Z").
     static std::string toXmlDateString(QMRDate date);
     static std::optional<QMRDate> fromXmlDateString(std::string_view text);
 
@@ -30,7 +32,8 @@ public:
     // ("May 1, 2013, 10:20" / "May 1, 2013 10:20"); full English month names.
     static std::optional<QMRDate> fromMonthDayYearTimeString(std::string_view text, bool withCommaAfterYear);
 
-    // Milliseconds since 1970-01-01 00:00:00 UTC, fractions kept.
+    // Milliseconds since 1970-01-01 00:00:00 UTC, fractions kept. NaN gives 1970; values beyond what a
+    // date holds give QMRDate::min() or max().
     static QMRDate fromMillisecondsSince1970(double milliseconds);
     static double toMillisecondsSince1970(QMRDate date);
 

@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <cstdint>
 #include <random>
 #include <string_view>
 #include <utility>
@@ -66,6 +67,5 @@ void QMRMimeWriter::writeDelimiterLine(std::string_view ending) {
 
 void QMRMimeWriter::throwIfClosed() const {
     if (_closed)
-        comQuillmereUtil_ExceptionUtil::raise(QMRInvalidOperationException::exceptionName,
-                                              "The MIME writer is closed");
+        comQuillmereUtil_ExceptionUtil::raise(QMRInvalidOperationException::exceptionName, "The MIME writer is closed");
 }

@@ -6,6 +6,7 @@
 // next part or close() writes "\r\n--<boundary>". A caller may therefore write a part with no content, take
 // the bytes so far as a prefix, stream the content itself, and send what close() writes as the suffix.
 #include <string>
+#include <string_view>
 
 #include "companion/io/ComQuillmereIO_Stream.h"
 #include "companion/web/QMRMimeComponent.h"

@@ -2,6 +2,7 @@
 
 #include <curl/curl.h>
 
+#include <memory>
 #include <new>
 #include <utility>
 
@@ -9,108 +10,105 @@
 #include "companion/web/QMRUriUtil.h"
 #include "companion/web/QMRUrlEncodedBodyBuilder.h"
 
+// libcurl's URL API does the parsing and validation (schemes, IPv6 literals, port range). The parts are then
+// kept here, because libcurl rewrites escapes in parts set later ("%2F" becomes "%2f") and escapes are ours.
 namespace {
 
 // Any scheme, dot segments kept, and raw spaces accepted here because they get encoded right after parsing.
 constexpr unsigned int kParseFlags = CURLU_NON_SUPPORT_SCHEME | CURLU_PATH_AS_IS | CURLU_ALLOW_SPACE;
 
-[[noreturn]] void throwOutOfMemory() { throw std::bad_alloc(); }
+struct CurlUrlDeleter {
+    void operator()(CURLU* url) const noexcept { curl_url_cleanup(url); }
+};
+using CurlUrl = std::unique_ptr<CURLU, CurlUrlDeleter>;
 
-Curl_URL* duplicateOrThrow(const Curl_URL* url) {
-    Curl_URL* copy = curl_url_dup(url);
-    if (!copy) throwOutOfMemory();
-    return copy;
-}
-
-// A part as stored (no decoding); nullopt when the URL has none.
-std::optional<std::string> getPart(const Curl_URL* url, CURLUPart part, unsigned int flags = 0) {
+// A part as written (no decoding); nullopt when the URL has none.
+std::optional<std::string> getPart(const CurlUrl& url, CURLUPart part) {
     char* text = nullptr;
-    CURLUcode rc = curl_url_get(url, part, &text, flags);
-    if (rc == CURLUE_OUT_OF_MEMORY) throwOutOfMemory();
+    CURLUcode rc = curl_url_get(url.get(), part, &text, 0);
+    if (rc == CURLUE_OUT_OF_MEMORY) throw std::bad_alloc();
     if (rc != CURLUE_OK || !text) return std::nullopt;
     std::string result(text);
     curl_free(text);
     return result;
 }
 
-// Sets a part that this builder has already made valid; an empty text clears it.
-void setPart(Curl_URL* url, CURLUPart part, const std::string& text) {
-    CURLUcode rc = curl_url_set(url, part, text.empty() ? nullptr : text.c_str(), 0);
-    if (rc == CURLUE_OUT_OF_MEMORY) throwOutOfMemory();
-    if (rc != CURLUE_OK)
-        comQuillmereUtil_ExceptionUtil::raise(QMRInvalidArgumentException::exceptionName,
-                                              std::string("Invalid URI part: ") + curl_url_strerror(rc));
-}
-
-}  // namespace
-
-void QMRUriBuilder::CurlUrlDeleter::operator()(Curl_URL* url) const noexcept { curl_url_cleanup(url); }
-
-QMRUriBuilder::QMRUriBuilder(std::string_view uri) : _url(curl_url()) {
-    if (!_url) throwOutOfMemory();
+CurlUrl parseOrRaise(std::string_view uri) {
     std::string text(uri);
     if (text.find('\0') != std::string::npos)
         comQuillmereUtil_ExceptionUtil::raise(QMRInvalidArgumentException::exceptionName,
                                               "Invalid URI: it contains a NUL character");
-    CURLUcode rc = curl_url_set(_url.get(), CURLUPART_URL, text.c_str(), kParseFlags);
-    if (rc == CURLUE_OUT_OF_MEMORY) throwOutOfMemory();
+    CurlUrl url(curl_url());
+    if (!url) throw std::bad_alloc();
+    CURLUcode rc = curl_url_set(url.get(), CURLUPART_URL, text.c_str(), kParseFlags);
+    if (rc == CURLUE_OUT_OF_MEMORY) throw std::bad_alloc();
     if (rc != CURLUE_OK)
         comQuillmereUtil_ExceptionUtil::raise(QMRInvalidArgumentException::exceptionName,
                                               "Invalid URI \"" + text + "\": " + curl_url_strerror(rc));
-    setPath(path());
-    setQuery(query());
-    if (auto fragment = getPart(_url.get(), CURLUPART_FRAGMENT))
-        setPart(_url.get(), CURLUPART_FRAGMENT, QMRUriUtil::encodeIllegalQueryCharacters(*fragment));
+    return url;
 }
 
-QMRUriBuilder::QMRUriBuilder(const QMRUriBuilder& other) : _url(duplicateOrThrow(other._url.get())) {}
-
-QMRUriBuilder& QMRUriBuilder::operator=(const QMRUriBuilder& other) {
-    if (this != &other) _url.reset(duplicateOrThrow(other._url.get()));
-    return *this;
+std::optional<std::string> userInfoOf(const CurlUrl& url) {
+    auto user = getPart(url, CURLUPART_USER);
+    if (!user) return std::nullopt;
+    if (auto options = getPart(url, CURLUPART_OPTIONS)) *user += ";" + *options;
+    if (auto password = getPart(url, CURLUPART_PASSWORD)) *user += ":" + *password;
+    return user;
 }
 
-QMRUriBuilder::QMRUriBuilder(QMRUriBuilder&&) noexcept = default;
-QMRUriBuilder& QMRUriBuilder::operator=(QMRUriBuilder&&) noexcept = default;
-QMRUriBuilder::~QMRUriBuilder() = default;
-
-void QMRUriBuilder::setPath(std::string_view path) {
-    std::string encoded = QMRUriUtil::encodeIllegalPathCharacters(path);
-    // A URL with a host has an absolute path: "data/x" can only mean "/data/x".
-    if (encoded.empty() || encoded.front() != '/') encoded.insert(encoded.begin(), '/');
-    setPart(_url.get(), CURLUPART_PATH, encoded);
+std::string hostOf(const CurlUrl& url) {
+    std::string host = getPart(url, CURLUPART_HOST).value_or("");
+    // An IPv6 zone comes back apart from its address; put it back inside the brackets, escaped as in RFC 6874.
+    auto zone = getPart(url, CURLUPART_ZONEID);
+    if (zone && !host.empty() && host.back() == ']') host.insert(host.size() - 1, "%25" + *zone);
+    return host;
 }
 
-void QMRUriBuilder::setQuery(std::string_view query) {
-    setPart(_url.get(), CURLUPART_QUERY, QMRUriUtil::encodeIllegalQueryCharacters(query));
-}
-
-void QMRUriBuilder::setParamValue(std::string_view value, std::string_view param) {
-    // Parameters in a query are encoded exactly as form fields are.
-    QMRUrlEncodedBodyBuilder parameters(query());
-    parameters.setParamValue(value, param);
-    setPart(_url.get(), CURLUPART_QUERY, parameters.toString());
-}
-
-std::string QMRUriBuilder::scheme() const { return getPart(_url.get(), CURLUPART_SCHEME).value_or(""); }
-
-std::string QMRUriBuilder::host() const { return getPart(_url.get(), CURLUPART_HOST).value_or(""); }
-
-std::optional<std::uint16_t> QMRUriBuilder::port() const {
-    auto text = getPart(_url.get(), CURLUPART_PORT);
+std::optional<std::uint16_t> portOf(const CurlUrl& url) {
+    auto text = getPart(url, CURLUPART_PORT);
     if (!text) return std::nullopt;
     // The parser has already refused anything but a decimal number up to 65535.
     return static_cast<std::uint16_t>(std::stoul(*text));
 }
 
-std::string QMRUriBuilder::path() const { return getPart(_url.get(), CURLUPART_PATH).value_or("/"); }
+}  // namespace
 
-std::string QMRUriBuilder::query() const { return getPart(_url.get(), CURLUPART_QUERY).value_or(""); }
+QMRUriBuilder::QMRUriBuilder(std::string_view uri) {
+    CurlUrl url = parseOrRaise(uri);
+    _scheme = getPart(url, CURLUPART_SCHEME).value_or("");
+    _userInfo = userInfoOf(url);
+    _host = hostOf(url);
+    _port = portOf(url);
+    setPath(getPart(url, CURLUPART_PATH).value_or("/"));
+    setQuery(getPart(url, CURLUPART_QUERY).value_or(""));
+    if (auto fragment = getPart(url, CURLUPART_FRAGMENT))
+        _fragment = QMRUriUtil::encodeIllegalQueryCharacters(*fragment);
+}
+
+void QMRUriBuilder::setPath(std::string_view path) {
+    _path = QMRUriUtil::encodeIllegalPathCharacters(path);
+    // A URL with a host has an absolute path: "data/x" can only mean "/data/x".
+    if (_path.empty() || _path.front() != '/') _path.insert(_path.begin(), '/');
+}
+
+void QMRUriBuilder::setQuery(std::string_view query) {
+    _query = QMRUriUtil::encodeIllegalQueryCharacters(query);
+}
+
+void QMRUriBuilder::setParamValue(std::string_view value, std::string_view param) {
+    // Parameters in a query are encoded exactly as form fields are.
+    QMRUrlEncodedBodyBuilder parameters(std::move(_query));
+    parameters.setParamValue(value, param);
+    _query = parameters.toString();
+}
 
 std::string QMRUriBuilder::toString() const {
-    auto url = getPart(_url.get(), CURLUPART_URL);
-    if (!url)
-        comQuillmereUtil_ExceptionUtil::raise(QMRInternalInconsistencyException::exceptionName,
-                                              "The URL could not be assembled");
-    return *url;
+    std::string url = _scheme + "://";
+    if (_userInfo) url += *_userInfo + "@";
+    url += _host;
+    if (_port) url += ":" + std::to_string(*_port);
+    url += _path;
+    if (!_query.empty()) url += "?" + _query;
+    if (_fragment) url += "#" + *_fragment;
+    return url;
 }

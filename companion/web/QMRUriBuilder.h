@@ -1,12 +1,9 @@
 #pragma once
 // Builds a URL from a base URL: replace its path, replace its query, append escaped parameters.
 #include <cstdint>
-#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
-
-struct Curl_URL;
 
 class QMRUriBuilder {
 public:
@@ -15,11 +12,6 @@ public:
     // that is not such a URL raises QMRInvalidArgumentException. Characters that may not stand in the path,
     // query or fragment (a raw space, non-ASCII bytes) are percent-encoded; everything else is kept as written.
     explicit QMRUriBuilder(std::string_view uri);
-    QMRUriBuilder(const QMRUriBuilder& other);
-    QMRUriBuilder& operator=(const QMRUriBuilder& other);
-    QMRUriBuilder(QMRUriBuilder&&) noexcept;
-    QMRUriBuilder& operator=(QMRUriBuilder&&) noexcept;
-    ~QMRUriBuilder();
 
     // Replaces the whole path, dropping any path the base URL had. The text is used as written, already
     // escaped parts ("%2F") included; only characters that may not stand in a path are percent-encoded
@@ -36,21 +28,28 @@ public:
     // QMRUriUtil::encodeToPercentEscapeString.
     void setParamValue(std::string_view value, std::string_view param);
 
-    std::string scheme() const;
-    std::string host() const;
+    // The scheme in lower case, e.g. "https".
+    const std::string& scheme() const { return _scheme; }
+    // "user" or "user:password" as written, if the URL has user info.
+    const std::optional<std::string>& userInfo() const { return _userInfo; }
+    // As written; an IPv6 address keeps its brackets.
+    const std::string& host() const { return _host; }
     // The port written in the URL, if any.
-    std::optional<std::uint16_t> port() const;
-    std::string path() const;
+    std::optional<std::uint16_t> port() const { return _port; }
+    // Never empty: at least "/".
+    const std::string& path() const { return _path; }
     // The query without its "?"; empty when there is none.
-    std::string query() const;
+    const std::string& query() const { return _query; }
 
     // The whole URL.
     std::string toString() const;
 
 private:
-    struct CurlUrlDeleter {
-        void operator()(Curl_URL* url) const noexcept;
-    };
-
-    std::unique_ptr<Curl_URL, CurlUrlDeleter> _url;
+    std::string _scheme;
+    std::optional<std::string> _userInfo;
+    std::string _host;
+    std::optional<std::uint16_t> _port;
+    std::string _path;
+    std::string _query;
+    std::optional<std::string> _fragment;
 };

@@ -29,9 +29,13 @@ bool isSubDelimiter(unsigned char c) {
 }
 
 // RFC 3986 "pchar" without the percent escapes, plus "/" (the path's separator).
-bool isPathCharacter(unsigned char c) { return isUnreserved(c) || isSubDelimiter(c) || c == ':' || c == '@' || c == '/'; }
+bool isPathCharacter(unsigned char c) {
+    return isUnreserved(c) || isSubDelimiter(c) || c == ':' || c == '@' || c == '/';
+}
 
-bool isQueryCharacter(unsigned char c) { return isPathCharacter(c) || c == '?'; }
+bool isQueryCharacter(unsigned char c) {
+    return isPathCharacter(c) || c == '?';
+}
 
 std::optional<unsigned char> hexDigitValue(char c) {
     if (c >= '0' && c <= '9') return static_cast<unsigned char>(c - '0');

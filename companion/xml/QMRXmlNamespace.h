@@ -11,9 +11,8 @@ public:
     static constexpr const char* xmlUri = "http://www.w3.org/XML/1998/namespace";
 
     // Raises QMRInvalidArgumentException for a prefix that is not an XML name without colon, the
-    // reserved prefix and namespace of "xmlns", "xml" with another URI than xmlUri (or xmlUri under
-    // another prefix),
-    // a prefixed namespace with an empty URI, or a URI XML cannot carry.
+    // reserved "xmlns" prefix or namespace, "xml" with another URI than xmlUri (or xmlUri under
+    // another prefix), a prefixed namespace with an empty URI, or a URI XML cannot carry.
     QMRXmlNamespace(std::string prefix, std::string uri);
 
     const std::string& prefix() const noexcept { return _prefix; }

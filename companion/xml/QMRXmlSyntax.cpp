@@ -1,7 +1,7 @@
 #include "companion/xml/QMRXmlSyntax.h"
 
-#include <cstddef>
 #include <fmt/format.h>
+#include <cstddef>
 
 #include "companion/util/comQuillmereUtil_ExceptionUtil.h"
 
@@ -99,11 +99,20 @@ void QMRXmlSyntax::validateRepresentable(std::string_view text, std::string_view
 void QMRXmlSyntax::appendEscapedText(std::string& out, std::string_view text) {
     for (const char c : text) {
         switch (c) {
-            case '&': out += "&amp;"; break;
-            case '<': out += "&lt;"; break;
-            case '>': out += "&gt;"; break;
-            case '\r': out += "&#13;"; break;
-            default: out += c;
+            case '&':
+                out += "&amp;";
+                break;
+            case '<':
+                out += "&lt;";
+                break;
+            case '>':
+                out += "&gt;";
+                break;
+            case '\r':
+                out += "&#13;";
+                break;
+            default:
+                out += c;
         }
     }
 }
@@ -111,14 +120,29 @@ void QMRXmlSyntax::appendEscapedText(std::string& out, std::string_view text) {
 void QMRXmlSyntax::appendEscapedAttributeValue(std::string& out, std::string_view value) {
     for (const char c : value) {
         switch (c) {
-            case '&': out += "&amp;"; break;
-            case '<': out += "&lt;"; break;
-            case '>': out += "&gt;"; break;
-            case '"': out += "&quot;"; break;
-            case '\t': out += "&#9;"; break;
-            case '\n': out += "&#10;"; break;
-            case '\r': out += "&#13;"; break;
-            default: out += c;
+            case '&':
+                out += "&amp;";
+                break;
+            case '<':
+                out += "&lt;";
+                break;
+            case '>':
+                out += "&gt;";
+                break;
+            case '"':
+                out += "&quot;";
+                break;
+            case '\t':
+                out += "&#9;";
+                break;
+            case '\n':
+                out += "&#10;";
+                break;
+            case '\r':
+                out += "&#13;";
+                break;
+            default:
+                out += c;
         }
     }
 }

@@ -1,0 +1,147 @@
+#include "companion/web/QMRUrlSession.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <thread>
+#include <type_traits>
+#include <vector>
+
+#include "companion/util/QMRExceptions.h"
+#include "companion/web/QMRUrlConnection.h"
+#include "tests/support/ScriptedHttpServer.h"
+
+using ::testing::Each;
+using ::testing::Field;
+
+namespace {
+
+long statusOf(QMRUrlSession& session, const std::string& url) {
+    QMRHttpUrlResponse response;
+    QMRErrorSlot error;
+    QMRUrlConnection::sendSynchronousRequest(session, QMRUrlRequest(url), response, error);
+    return response.statusCode();
+}
+
+TEST(QMRUrlSessionCookies, AnAnswersCookiesGoBackWithTheSessionsLaterRequestsOnly) {
+    ScriptedHttpServer server;
+    server.setHandler([](const ScriptedHttpRequest& request) {
+        if (request.target == "/login")
+            return ScriptedHttpAnswer::withStatus(200)
+                .withHeader("Set-Cookie", "oc_session=abc; Path=/; HttpOnly")
+                .withHeader("Set-Cookie", "lang=en; Path=/");
+        return ScriptedHttpAnswer::withStatus(200);
+    });
+    QMRUrlSession account;
+    QMRUrlSession otherAccount;
+
+    statusOf(account, server.url("/login"));
+    statusOf(account, server.url("/files"));
+    statusOf(otherAccount, server.url("/files"));
+    statusOf(account, server.url("/files/again"));
+
+    EXPECT_FALSE(server.request(0).headers.contains("Cookie"));
+    EXPECT_EQ(server.request(1).header("Cookie"), "oc_session=abc; lang=en");
+    EXPECT_FALSE(server.request(2).headers.contains("Cookie"));
+    EXPECT_EQ(server.request(3).header("Cookie"), "oc_session=abc; lang=en");
+}
+
+TEST(QMRUrlSessionCookies, AnExpiredCookieIsNoLongerSent) {
+    ScriptedHttpServer server;
+    server.enqueue(ScriptedHttpAnswer::withStatus(200).withHeader("Set-Cookie", "s=1; Path=/"))
+        .enqueue(ScriptedHttpAnswer::withStatus(200).withHeader("Set-Cookie",
+                                                                "s=; Path=/; Expires=Thu, 01 Jan 1970 00:00:00 GMT"))
+        .enqueue(ScriptedHttpAnswer::withStatus(200));
+    QMRUrlSession session;
+
+    for (int i = 0; i < 3; ++i) statusOf(session, server.url("/"));
+
+    EXPECT_EQ(server.request(1).header("Cookie"), "s=1");
+    EXPECT_FALSE(server.request(2).headers.contains("Cookie"));
+}
+
+TEST(QMRUrlSessionConnections, TheRequestsOfOneSessionShareOneConnection) {
+    ScriptedHttpServer server;
+    server.setHandler([](const ScriptedHttpRequest&) { return ScriptedHttpAnswer::withStatus(200, "again"); });
+    QMRUrlSession session;
+
+    for (int i = 0; i < 5; ++i) EXPECT_EQ(statusOf(session, server.url("/item/" + std::to_string(i))), 200);
+
+    const auto received = server.requests();
+    ASSERT_EQ(received.size(), 5u);
+    EXPECT_THAT(received, Each(Field(&ScriptedHttpRequest::connectionId, received.front().connectionId)));
+    EXPECT_EQ(server.connectionCount(), 1u);
+}
+
+TEST(QMRUrlSessionConnections, TwoSessionsDoNotShareAConnection) {
+    ScriptedHttpServer server;
+    server.setHandler([](const ScriptedHttpRequest&) { return ScriptedHttpAnswer::withStatus(200); });
+    QMRUrlSession first;
+    QMRUrlSession second;
+
+    statusOf(first, server.url("/"));
+    statusOf(second, server.url("/"));
+
+    EXPECT_NE(server.request(0).connectionId, server.request(1).connectionId);
+}
+
+TEST(QMRUrlSessionConnections, ARequestAfterATransportFailureOpensAFreshConnection) {
+    ScriptedHttpServer server;
+    server.enqueue(ScriptedHttpAnswer::closeConnection()).enqueue(ScriptedHttpAnswer::withStatus(200));
+    QMRUrlSession session;
+
+    EXPECT_LT(statusOf(session, server.url("/")), 0);
+    EXPECT_EQ(statusOf(session, server.url("/")), 200);
+    EXPECT_EQ(server.connectionCount(), 2u);
+}
+
+TEST(QMRUrlSessionThreads, ConcurrentSendersOfOneSessionAllGetTheirAnswers) {
+    ScriptedHttpServer server;
+    server.setHandler(
+        [](const ScriptedHttpRequest& request) { return ScriptedHttpAnswer::withStatus(200, request.target); });
+    QMRUrlSession session;
+    std::vector<std::vector<std::string>> bodies(4);
+
+    std::vector<std::thread> senders;
+    for (std::size_t t = 0; t < bodies.size(); ++t)
+        senders.emplace_back([&, t] {
+            for (int i = 0; i < 10; ++i) {
+                QMRHttpUrlResponse response;
+                QMRErrorSlot error;
+                const std::string target = "/t" + std::to_string(t) + "/" + std::to_string(i);
+                auto body = QMRUrlConnection::sendSynchronousRequest(session, QMRUrlRequest(server.url(target)),
+                                                                     response, error);
+                bodies[t].push_back(body ? std::string(body->begin(), body->end()) : "failed");
+            }
+        });
+    for (auto& sender : senders) sender.join();
+
+    for (std::size_t t = 0; t < bodies.size(); ++t)
+        for (int i = 0; i < 10; ++i) EXPECT_EQ(bodies[t][i], "/t" + std::to_string(t) + "/" + std::to_string(i));
+}
+
+TEST(QMRUrlSessionLifetime, IsMovableNotCopyableAndRefusesUseOnceMovedFrom) {
+    static_assert(!std::is_copy_constructible_v<QMRUrlSession>);
+    static_assert(std::is_nothrow_move_constructible_v<QMRUrlSession>);
+    ScriptedHttpServer server;
+    server.enqueue(ScriptedHttpAnswer::withStatus(200).withHeader("Set-Cookie", "s=1"))
+        .enqueue(ScriptedHttpAnswer::withStatus(200));
+    QMRUrlSession original;
+    statusOf(original, server.url("/"));
+
+    QMRUrlSession moved(std::move(original));
+    statusOf(moved, server.url("/"));
+
+    EXPECT_EQ(server.request(1).header("Cookie"), "s=1");
+    EXPECT_THROW(statusOf(original, server.url("/")), QMRInvalidOperationException);  // NOLINT(bugprone-use-after-move)
+}
+
+TEST(QMRUrlSessionTimeout, DefaultsToSixtySecondsAndMustBePositive) {
+    QMRUrlSession session;
+    EXPECT_EQ(session.timeoutInterval(), std::chrono::seconds(60));
+    EXPECT_THROW(session.setTimeoutInterval(std::chrono::milliseconds(0)), QMRInvalidArgumentException);
+    session.setTimeoutInterval(std::chrono::milliseconds(250));
+    EXPECT_EQ(session.timeoutInterval(), std::chrono::milliseconds(250));
+}
+
+}  // namespace

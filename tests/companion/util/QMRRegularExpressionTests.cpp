@@ -1,0 +1,219 @@
+#include "companion/util/QMRRegularExpression.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include <fmt/format.h>
+
+#include "companion/util/QMRExceptions.h"
+
+namespace {
+using Options = QMRRegularExpressionOptions;
+
+std::vector<std::string> matchedTexts(const QMRRegularExpression& regex, std::string_view text) {
+    std::vector<std::string> texts;
+    for (const auto& match : regex.matchesInString(text)) texts.emplace_back(*match.substringAtIndex(text, 0));
+    return texts;
+}
+
+std::vector<std::size_t> matchLocations(const QMRRegularExpression& regex, std::string_view text) {
+    std::vector<std::size_t> locations;
+    for (const auto& match : regex.matchesInString(text)) locations.push_back(match.range().location);
+    return locations;
+}
+}  // namespace
+
+TEST(QMRRegularExpressionCompile, InvalidPatternRaisesInvalidArgumentWithPositionAndReason) {
+    try {
+        QMRRegularExpression regex("<tr((?!</tr>).+</tr>");
+        FAIL() << "compiled an unbalanced pattern";
+    } catch (const QMRInvalidArgumentException& e) {
+        EXPECT_THAT(e.reason(), testing::HasSubstr("missing closing parenthesis"));
+        EXPECT_THAT(e.reason(), testing::HasSubstr("offset 20"));
+    }
+}
+
+TEST(QMRRegularExpressionCompile, ReportsPatternAndCaptureGroups) {
+    const QMRRegularExpression regex("(a)(?:b)(c)?", Options::CaseInsensitive);
+    EXPECT_EQ(regex.pattern(), "(a)(?:b)(c)?");
+    EXPECT_EQ(regex.numberOfCaptureGroups(), 2U);
+    EXPECT_EQ(static_cast<unsigned>(Options::CaseInsensitive | Options::DotMatchesLineSeparators), 9U);
+}
+
+// The login page check: the form's "Lost your password?" line, whatever the server's line ends.
+class QMRRegularExpressionLineEnds : public testing::TestWithParam<std::string> {};
+
+TEST_P(QMRRegularExpressionLineEnds, AnchorsMatchLinesFindsTheWholeLineWithoutItsEnd) {
+    const std::string& eol = GetParam();
+    const std::string page = "<html>" + eol + "  <a href=\"/lost\">LOST YOUR PASSWORD?</a>" + eol + "</html>" + eol;
+    const QMRRegularExpression regex("^.*Lost your password?.*$",
+                                     Options::CaseInsensitive | Options::AnchorsMatchLines);
+    const auto match = regex.firstMatchInString(page);
+    ASSERT_TRUE(match);
+    EXPECT_EQ(*match->substringAtIndex(page, 0), "  <a href=\"/lost\">LOST YOUR PASSWORD?</a>");
+}
+
+TEST_P(QMRRegularExpressionLineEnds, WithoutAnchorsMatchLinesAnchorsMatchOnlyTheWholeText) {
+    const std::string& eol = GetParam();
+    const std::string page = "<html>" + eol + "Lost your password?" + eol + "</html>";
+    EXPECT_FALSE(QMRRegularExpression("^.*Lost your password?.*$", Options::CaseInsensitive).firstMatchInString(page));
+}
+
+TEST_P(QMRRegularExpressionLineEnds, DotStopsAtEveryLineEndUnlessAllowed) {
+    const std::string text = "<p>" + GetParam() + "</p>";
+    EXPECT_FALSE(QMRRegularExpression("<p>.+</p>").firstMatchInString(text));
+    EXPECT_TRUE(QMRRegularExpression("<p>.+</p>", Options::DotMatchesLineSeparators).firstMatchInString(text));
+}
+
+INSTANTIATE_TEST_SUITE_P(LfCrCrlf, QMRRegularExpressionLineEnds, testing::Values("\n", "\r", "\r\n"));
+
+TEST(QMRRegularExpressionOptions, CaseInsensitiveFoldsUnicodeLetters) {
+    const std::string text = "<TR DATA-ID=\"1\" data-file=\"\xC3\x89t\xC3\xA9\">";
+    EXPECT_FALSE(QMRRegularExpression("<tr data-id").firstMatchInString(text));
+    EXPECT_TRUE(QMRRegularExpression("<tr data-id", Options::CaseInsensitive).firstMatchInString(text));
+    EXPECT_TRUE(QMRRegularExpression("\xC3\xA9T\xC3\x89", Options::CaseInsensitive).firstMatchInString(text));
+}
+
+TEST(QMRRegularExpressionCaptures, GreedyGroupRunsToTheLastDelimiterOfItsLine) {
+    const std::string page = "<script>\nvar oc_requesttoken = 'ab';c';\nvar other = 'x';\n</script>";
+    const QMRRegularExpression regex("^.*var oc_requesttoken = '(.+)';.*$",
+                                     Options::CaseInsensitive | Options::AnchorsMatchLines);
+    const auto match = regex.firstMatchInString(page);
+    ASSERT_TRUE(match);
+    ASSERT_EQ(match->numberOfRanges(), 2U);
+    EXPECT_EQ(*match->substringAtIndex(page, 1), "ab';c");
+    EXPECT_EQ(match->rangeAtIndex(1), (QMRTextRange{page.find("ab"), 5}));
+}
+
+TEST(QMRRegularExpressionCaptures, GroupOutsideTheMatchIsNotFound) {
+    const QMRRegularExpression regex("(a)|(b)");
+    const std::string text = "xb";
+    const auto match = regex.firstMatchInString(text);
+    ASSERT_TRUE(match);
+    EXPECT_FALSE(match->rangeAtIndex(1).found());
+    EXPECT_EQ(match->rangeAtIndex(1).location, QMRTextRange::notFound);
+    EXPECT_EQ(match->substringAtIndex(text, 1), std::nullopt);
+    EXPECT_EQ(match->rangeAtIndex(2), (QMRTextRange{1, 1}));
+    EXPECT_THROW(match->rangeAtIndex(3), QMRRangeException);
+}
+
+TEST(QMRRegularExpressionRanges, SearchInsideARangeTreatsItAsTheWholeTextAndReportsFullTextOffsets) {
+    const std::string page =
+        "<table><tr data-id=\"7\" data-file=\"a\">\n<td>a</td></tr>\n<tr data-id=\"8\"></tr></table>";
+    const QMRRegularExpression row("<tr data-id((?!</tr>).)+</tr>",
+                                   Options::CaseInsensitive | Options::DotMatchesLineSeparators);
+    const QMRRegularExpression openingTag("^.*<tr.*$", Options::CaseInsensitive | Options::AnchorsMatchLines);
+    const auto rows = row.matchesInString(page);
+    ASSERT_EQ(rows.size(), 2U);
+
+    // "^" matches at the start of the row's range although the row starts in the middle of a line.
+    const auto tag = openingTag.firstMatchInString(page, rows[0].range());
+    ASSERT_TRUE(tag);
+    EXPECT_EQ(tag->range().location, page.find("<tr data-id=\"7\""));
+    EXPECT_EQ(*tag->substringAtIndex(page, 0), "<tr data-id=\"7\" data-file=\"a\">");
+
+    // The second row's tag is not found from inside the first row.
+    const QMRRegularExpression secondId("data-id=\"8\"");
+    EXPECT_FALSE(secondId.firstMatchInString(page, rows[0].range()));
+    EXPECT_EQ(secondId.numberOfMatchesInString(page, rows[1].range()), 1U);
+}
+
+TEST(QMRRegularExpressionRanges, RangeBeyondTheTextRaisesRangeException) {
+    const QMRRegularExpression regex("a");
+    EXPECT_THROW(regex.firstMatchInString("abc", QMRTextRange{2, 2}), QMRRangeException);
+    EXPECT_THROW(regex.matchesInString("abc", QMRTextRange{4, 0}), QMRRangeException);
+    EXPECT_EQ(regex.numberOfMatchesInString("abc", QMRTextRange{3, 0}), 0U);
+}
+
+TEST(QMRRegularExpressionWalk, EmptyMatchesAdvanceOneCharacterAtATime) {
+    // "é" is two bytes and CRLF one line end: neither is split.
+    const std::string text = "a\xC3\xA9\r\nb";
+    EXPECT_THAT(matchLocations(QMRRegularExpression("x*"), text), testing::ElementsAre(0, 1, 3, 5, 6));
+    EXPECT_THAT(matchedTexts(QMRRegularExpression("a*"), "baaac"), testing::ElementsAre("", "aaa", "", ""));
+    EXPECT_THAT(matchedTexts(QMRRegularExpression("^", Options::AnchorsMatchLines), "a\nb\rc"),
+                testing::ElementsAre("", "", ""));
+}
+
+TEST(QMRRegularExpressionWalk, EnumerationStopsWhenAsked) {
+    int calls = 0;
+    QMRRegularExpression("\\d").enumerateMatchesInString(
+        "1234", [&calls](const QMRRegularExpressionMatch&, bool& stop) { stop = ++calls == 2; });
+    EXPECT_EQ(calls, 2);
+}
+
+TEST(QMRRegularExpressionWalk, ManyMatchesOverALargePageAreAllFound) {
+    // Validating the page on every search would make this walk quadratic: minutes instead of milliseconds.
+    constexpr int kRows = 50000;
+    std::string page = "<table>\n";
+    for (int i = 0; i < kRows; ++i)
+        page += fmt::format("<tr data-id=\"{}\" data-file=\"f\xC3\xA9{}.txt\"><td>cell</td></tr>\n", i, i);
+    page += "</table>";
+    const QMRRegularExpression row("<tr data-id=\"(\\d+)\"((?!</tr>).)+</tr>",
+                                   Options::CaseInsensitive | Options::DotMatchesLineSeparators);
+    const auto rows = row.matchesInString(page);
+    ASSERT_EQ(rows.size(), static_cast<std::size_t>(kRows));
+    EXPECT_EQ(*rows.back().substringAtIndex(page, 1), std::to_string(kRows - 1));
+    EXPECT_EQ(row.stringByReplacingMatchesInString(page, ""), "<table>\n" + std::string(kRows, '\n') + "</table>");
+}
+
+TEST(QMRRegularExpressionReplace, RemovesEveryMultiLineResponseThatHoldsA404) {
+    const std::string found = "<d:response>\n<d:href>/a</d:href>\n<d:status>HTTP/1.1 200 OK</d:status>\n</d:response>";
+    const std::string missing =
+        "<d:response>\n<d:href>/b</d:href>\n<d:status>HTTP/1.1 404 Not Found</d:status>\n</d:response>";
+    const std::string body = "<d:multistatus>\n" + found + "\n" + missing + "\n" + found + "\n</d:multistatus>";
+    const std::string pattern =
+        "<d:response>(?:(?!</d:response>).)+(?:<d:status>HTTP/1.1 404 Not Found</d:status>)"
+        "(?:(?!</d:response>).)+</d:response>";
+    EXPECT_EQ(
+        QMRRegularExpression(pattern, Options::DotMatchesLineSeparators).stringByReplacingMatchesInString(body, ""),
+        "<d:multistatus>\n" + found + "\n\n" + found + "\n</d:multistatus>");
+    // Without the option "." stops at line ends and nothing is removed.
+    EXPECT_EQ(QMRRegularExpression(pattern).stringByReplacingMatchesInString(body, ""), body);
+}
+
+TEST(QMRRegularExpressionReplace, ReplacementIsLiteralAndEmptyMatchesAreReplacedToo) {
+    EXPECT_EQ(QMRRegularExpression("(o)").stringByReplacingMatchesInString("foo", "$1\\"), "f$1\\$1\\");
+    EXPECT_EQ(QMRRegularExpression("x*").stringByReplacingMatchesInString("ab", "-"), "-a-b-");
+    EXPECT_EQ(QMRRegularExpression("z").stringByReplacingMatchesInString("ab", "-"), "ab");
+}
+
+TEST(QMRRegularExpressionLimits, LookAheadOverAMultiMegabyteElementMatches) {
+    const std::string content(4 * 1024 * 1024, 'x');
+    const std::string body = "<d:response>" + content + "</d:response><d:response>y</d:response>";
+    const QMRRegularExpression element("<d:response>(?:(?!</d:response>).)+</d:response>",
+                                       Options::DotMatchesLineSeparators);
+    EXPECT_EQ(element.numberOfMatchesInString(body), 2U);
+
+    const std::string row = "<tr data-id=\"1\">" + std::string(1024 * 1024, 'x') + "</tr>";
+    const auto match = QMRRegularExpression("<tr data-id((?!</tr>).)+</tr>").firstMatchInString(row);
+    ASSERT_TRUE(match);
+    EXPECT_EQ(match->range(), (QMRTextRange{0, row.size()}));
+}
+
+TEST(QMRRegularExpressionLimits, RunawayBacktrackingRaisesInsteadOfReportingNoMatch) {
+    const QMRRegularExpression regex("^(a+)+$");
+    const std::string text = std::string(40, 'a') + "b";
+    try {
+        regex.firstMatchInString(text);
+        FAIL() << "a search that cannot finish reported a result";
+    } catch (const QMRRegularExpressionMatchException& e) {
+        EXPECT_LT(e.errorCode(), 0);
+    }
+}
+
+TEST(QMRRegularExpressionLimits, InvalidUtf8InTheSearchedTextRaises) {
+    const std::string text = "ok \xC3\x28 bad";
+    const QMRRegularExpression regex("bad");
+    EXPECT_THROW(regex.firstMatchInString(text), QMRRegularExpressionMatchException);
+    EXPECT_THROW(regex.stringByReplacingMatchesInString(text, ""), QMRRegularExpressionMatchException);
+    try {
+        regex.matchesInString(text);
+        FAIL() << "searched invalid UTF-8";
+    } catch (const QMRRegularExpressionMatchException& e) {
+        EXPECT_THAT(e.what(), testing::HasSubstr("at byte 3"));
+    }
+    // Only the searched range has to be valid.
+    EXPECT_TRUE(QMRRegularExpression("ok").firstMatchInString(text, QMRTextRange{0, 3}));
+}

@@ -1,0 +1,95 @@
+#include "companion/xml/QMRXmlElement.h"
+
+#include <gtest/gtest.h>
+
+#include "companion/util/QMRExceptions.h"
+
+namespace {
+
+const QMRXmlNamespace D("D", "DAV:");
+const QMRXmlNamespace p("p", "urn:example:props");
+
+TEST(QMRXmlElementEscaping, TextEscapesMarkupAndCarriageReturn) {
+    QMRXmlElement element("t", {"a & b < c > d\r\n\"q\""});
+    EXPECT_EQ(element.toStringWithIndentation(0), "<t>a &amp; b &lt; c &gt; d&#13;\n\"q\"</t>");
+}
+
+TEST(QMRXmlElementEscaping, AttributeValueEscapesQuotesAndWhitespaceControls) {
+    QMRXmlElement element("t", {QMRXmlAttribute("v", "a&b<c>\"d\"\te\nf\rg'")});
+    EXPECT_EQ(element.toStringWithIndentation(0), "<t v=\"a&amp;b&lt;c&gt;&quot;d&quot;&#9;e&#10;f&#13;g'\"/>");
+}
+
+TEST(QMRXmlElementEscaping, CharactersXmlCannotCarryAreRefused) {
+    QMRXmlElement element("t");
+    EXPECT_THROW(element.add(std::string("a\x01z")), QMRInvalidArgumentException);
+    EXPECT_THROW(element.add(std::string("\xC3")), QMRInvalidArgumentException);          // truncated UTF-8
+    EXPECT_THROW(element.add(std::string("\xEF\xBF\xBE")), QMRInvalidArgumentException);  // U+FFFE
+    EXPECT_THROW(QMRXmlAttribute("v", std::string("\0", 1)), QMRInvalidArgumentException);
+    element.add("tab\tand caf\xC3\xA9 \xF0\x9F\x98\x80");
+    EXPECT_EQ(element.toStringWithIndentation(0), "<t>tab\tand caf\xC3\xA9 \xF0\x9F\x98\x80</t>");
+}
+
+TEST(QMRXmlElementNames, InvalidNamesAreRefused) {
+    EXPECT_THROW(QMRXmlElement(""), QMRInvalidArgumentException);
+    EXPECT_THROW(QMRXmlElement("1abc"), QMRInvalidArgumentException);
+    EXPECT_THROW(QMRXmlElement("a b"), QMRInvalidArgumentException);
+    EXPECT_THROW(QMRXmlElement(D, "a:b"), QMRInvalidArgumentException);
+    EXPECT_THROW(QMRXmlAttribute("xmlns:x", "urn:x"), QMRInvalidArgumentException);
+    EXPECT_THROW(QMRXmlNamespace("xmlns", "urn:x"), QMRInvalidArgumentException);
+    EXPECT_THROW(QMRXmlNamespace("x", ""), QMRInvalidArgumentException);
+    EXPECT_THROW(QMRXmlNamespace("xml", "urn:x"), QMRInvalidArgumentException);
+    EXPECT_NO_THROW(QMRXmlElement("caf\xC3\xA9-1.x"));
+}
+
+TEST(QMRXmlElementNames, DuplicateAttributesAndConflictingPrefixesAreRefused) {
+    QMRXmlElement element(D, "prop", {QMRXmlAttribute("a", "1")});
+    EXPECT_THROW(element.add(QMRXmlAttribute("a", "2")), QMRInvalidArgumentException);
+    EXPECT_THROW(element.add(QMRXmlNamespace("D", "urn:other")), QMRInvalidArgumentException);
+    element.add(p);
+    EXPECT_THROW(element.add(p), QMRInvalidArgumentException);
+    EXPECT_THROW(element.add(QMRXmlAttribute(QMRXmlNamespace("p", "urn:other"), "x", "1")),
+                 QMRInvalidArgumentException);
+}
+
+TEST(QMRXmlElementNamespaces, DeclarationsComeFirstInOrderThenAttributes) {
+    QMRXmlElement element(D, "prop", {QMRXmlAttribute("z", "1"), p, D, QMRXmlAttribute("a", "2")});
+    EXPECT_EQ(element.toStringWithIndentation(0),
+              "<D:prop xmlns:p=\"urn:example:props\" xmlns:D=\"DAV:\" z=\"1\" a=\"2\"/>");
+}
+
+TEST(QMRXmlElementNamespaces, UndeclaredNamespacesAreDeclaredWhereUsed) {
+    QMRXmlElement element("root", {QMRXmlElement(p, "name", {QMRXmlAttribute(D, "flag", "1")}),
+                                   QMRXmlElement(QMRXmlNamespace("", "urn:default"), "plain")});
+    EXPECT_EQ(element.toStringWithIndentation(0),
+              "<root><p:name xmlns:p=\"urn:example:props\" xmlns:D=\"DAV:\" D:flag=\"1\"/>"
+              "<plain xmlns=\"urn:default\"/></root>");
+}
+
+TEST(QMRXmlElementNamespaces, PrefixReboundByAnAncestorIsRedeclared) {
+    QMRXmlNamespace other("p", "urn:other");
+    QMRXmlElement element(p, "a", {p, QMRXmlElement(other, "b", {QMRXmlElement(p, "c")})});
+    EXPECT_EQ(element.toStringWithIndentation(0),
+              "<p:a xmlns:p=\"urn:example:props\"><p:b xmlns:p=\"urn:other\">"
+              "<p:c xmlns:p=\"urn:example:props\"/></p:b></p:a>");
+}
+
+TEST(QMRXmlElementIndentation, ElementOnlyContentIsIndentedPerLevel) {
+    QMRXmlElement element("a", {QMRXmlElement("b", {QMRXmlElement("c")}), QMRXmlElement("d", {"x"})});
+    EXPECT_EQ(element.toStringWithIndentation(2), "<a>\n  <b>\n    <c/>\n  </b>\n  <d>x</d>\n</a>");
+    EXPECT_EQ(element.toStringWithIndentation(0), "<a><b><c/></b><d>x</d></a>");
+}
+
+TEST(QMRXmlElementIndentation, MixedContentIsNeverIndented) {
+    QMRXmlElement element("a", {QMRXmlElement("m", {"one ", QMRXmlElement("b", {QMRXmlElement("c")}), " two"})});
+    EXPECT_EQ(element.toStringWithIndentation(4), "<a>\n    <m>one <b><c/></b> two</m>\n</a>");
+}
+
+TEST(QMRXmlElementIndentation, NegativeIndentationIsRefused) {
+    EXPECT_THROW(QMRXmlElement("a").toStringWithIndentation(-1), QMRInvalidArgumentException);
+}
+
+TEST(QMRXmlElementContent, EmptyTextAddsNothing) {
+    EXPECT_EQ(QMRXmlElement(D, "exclusive", {""}).toStringWithIndentation(0), "<D:exclusive xmlns:D=\"DAV:\"/>");
+}
+
+}  // namespace
