@@ -242,7 +242,7 @@ CurlList buildHeaderLines(const QMRUrlRequest& request, bool bodyAttached) {
     // The servers localise the texts that the back-ends look for.
     if (!fields.contains("Accept-Language")) appendLine(lines, "Accept-Language: en");
     // No 100-continue round trip: it stalls on servers that ignore it and the platform never sent it.
-    
+    if (!fields.contains("Expect")) appendLine(lines, "Expect:");
     // curl would label a body as a form; the body goes out with exactly the type the caller set, or none.
     if (bodyAttached && !fields.contains("Content-Type")) appendLine(lines, "Content-Type:");
     return lines;
@@ -295,7 +295,7 @@ void configureMethod(CURL* handle, const QMRUrlRequest& request, const BodyPlan&
     const std::string& method = request.HTTPMethod();
     if (method == "HEAD") {
         // A HEAD answer announces a length it does not send; curl must not wait for it.
-        
+        setOption(handle, CURLOPT_NOBODY, 1L);
         return;
     }
     if (body.attached) {
@@ -351,7 +351,7 @@ std::optional<QMRData> QMRUrlConnection::sendSynchronousRequest(QMRUrlSession& s
     setOption(handle, CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
     setOption(handle, CURLOPT_FOLLOWLOCATION, 1L);
     setOption(handle, CURLOPT_MAXREDIRS, 10L);
-    setOption(handle, CURLOPT_UNRESTRICTED_AUTH, 1L);
+    setOption(handle, CURLOPT_UNRESTRICTED_AUTH, 0L);
     setOption(handle, CURLOPT_NOSIGNAL, 1L);
     setOption(handle, CURLOPT_SSL_VERIFYPEER, 1L);
     setOption(handle, CURLOPT_SSL_VERIFYHOST, 2L);

@@ -26,6 +26,11 @@ std::uint32_t QMRWebDavDataStore::applyApplicationExclusiveAccessLockWithTimeout
     error = lock.constructError();
     if (error) return 0;
     QMRWebDavLockInfo info = extractLockInfoFromXml(RXMLElement::elementFromXMLData(lock.respRawData));
+    if (info.lockToken().empty()) {
+        // A lock we cannot name is no lock: writes could never prove they hold it.
+        error = QMRWebDavTransceiver::unrecognizedResponseError();
+        return 0;
+    }
     setApplicationExclusiveAccessLockToken(info.lockToken());
     return info.timeoutInSeconds();
 }

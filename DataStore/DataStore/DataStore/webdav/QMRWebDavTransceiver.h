@@ -72,9 +72,10 @@ public:
     std::string filterChangeElementWithNamespace(std::string_view prefix, std::string xml) const;
     QMRErrorSlot extractErrorForMultiStatusResponse() const;
 
-private:
-    // A multistatus that cannot be read as one: not XML, or too odd for the cleaning patterns.
+    // An answer that cannot be read as what was asked for: a multistatus that is not XML or too odd
+    // for the cleaning patterns, a lock answer without a token.
     static QMRError unrecognizedResponseError();
 
+private:
     QMRUrlSession* _session;
 };
