@@ -57,6 +57,9 @@ public:
     // the pattern does not compile.
     explicit QMRRegularExpression(std::string_view pattern,
                                   QMRRegularExpressionOptions options = QMRRegularExpressionOptions::None);
+    // Copies share the compiled pattern. There is deliberately no move: a moved-from object stays usable.
+    QMRRegularExpression(const QMRRegularExpression&) = default;
+    QMRRegularExpression& operator=(const QMRRegularExpression&) = default;
 
     const std::string& pattern() const noexcept { return _pattern; }
     QMRRegularExpressionOptions options() const noexcept { return _options; }

@@ -141,7 +141,7 @@ std::string_view descriptionFor(long code) {
         case QMRUrlErrorUnsupportedURL:
             return "unsupported URL";
         case QMRUrlErrorCannotFindHost:
-            return "A server with the specified hostname could not be found.";
+            return "A server with that host name could not be found.";
         case QMRUrlErrorCannotConnectToHost:
             return "Could not connect to the server.";
         case QMRUrlErrorNetworkConnectionLost:

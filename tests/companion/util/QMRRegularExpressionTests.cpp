@@ -35,13 +35,6 @@ TEST(QMRRegularExpressionCompile, InvalidPatternRaisesInvalidArgumentWithPositio
     }
 }
 
-TEST(QMRRegularExpressionCompile, ReportsPatternAndCaptureGroups) {
-    const QMRRegularExpression regex("(a)(?:b)(c)?", Options::CaseInsensitive);
-    EXPECT_EQ(regex.pattern(), "(a)(?:b)(c)?");
-    EXPECT_EQ(regex.numberOfCaptureGroups(), 2U);
-    EXPECT_EQ(static_cast<unsigned>(Options::CaseInsensitive | Options::DotMatchesLineSeparators), 9U);
-}
-
 // The login page check: the form's "Lost your password?" line, whatever the server's line ends.
 class QMRRegularExpressionLineEnds : public testing::TestWithParam<std::string> {};
 
