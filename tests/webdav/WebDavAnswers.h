@@ -16,8 +16,12 @@ namespace webdav_answers {
 using Properties = std::vector<std::pair<std::string, std::string>>;
 
 // "Wed, 01 May 2013 10:20:<second> GMT", whose XML form is xmlDate(second).
-inline std::string httpDate(int second) { return fmt::format("Wed, 01 May 2013 10:20:{:02} GMT", second); }
-inline std::string xmlDate(int second) { return fmt::format("2013-05-01T10:20:{:02}Z", second); }
+inline std::string httpDate(int second) {
+    return fmt::format("Wed, 01 May 2013 10:20:{:02} GMT", second);
+}
+inline std::string xmlDate(int second) {
+    return fmt::format("2013-05-01T10:20:{:02}Z", second);
+}
 
 inline std::string customProperty(const std::string& name, const std::string& value) {
     return fmt::format("<x2:{0} xmlns:x2=\"{2}\">{1}</x2:{0}>", name, value, QMRWebDavDataStoreXmlNamespace);

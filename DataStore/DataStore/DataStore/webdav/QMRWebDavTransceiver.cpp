@@ -2,6 +2,8 @@
 
 #include <fmt/format.h>
 
+#include <mutex>
+#include <unordered_map>
 #include <utility>
 
 #include "DataStore/contract/QMRDataStoreConstants.h"
@@ -29,6 +31,19 @@ std::vector<std::string_view> depthPieces(std::string_view depth) {
         start = comma + 1;
     }
     return pieces;
+}
+
+// The cleaning patterns differ only by prefix, path and change values, so a handful serve every
+// answer: compile each once instead of once per answer. Copies share the compiled code.
+QMRRegularExpression cleaningPattern(const std::string& pattern) {
+    static std::mutex mutex;
+    static std::unordered_map<std::string, QMRRegularExpression> compiled;
+    std::lock_guard lock(mutex);
+    if (auto found = compiled.find(pattern); found != compiled.end()) return found->second;
+    // Odd server prefixes could make new patterns without end; start over rather than grow.
+    if (compiled.size() >= 64) compiled.clear();
+    return compiled.try_emplace(pattern, pattern, QMRRegularExpressionOptions::DotMatchesLineSeparators)
+        .first->second;
 }
 
 }  // namespace
@@ -150,10 +165,9 @@ std::string QMRWebDavTransceiver::removeRoot(std::string xml) const {
     auto pieces = depthPieces(reqDepth);
     if (pieces.size() != 2 || pieces[1] != "noroot") return xml;
     // The path and the marker go into the pattern as they stand: the collection paths are plain.
-    QMRRegularExpression root(
+    const QMRRegularExpression root = cleaningPattern(
         fmt::format("<d:response>(?:(?!</d:response>).)+{}(?:(?!</d:response>).)+{}(?:(?!</d:response>).)+</d:response>",
-                    QMRUriBuilder(reqUrl).path(), "<d:collection/>"),
-        QMRRegularExpressionOptions::DotMatchesLineSeparators);
+                    QMRUriBuilder(reqUrl).path(), "<d:collection/>"));
     return root.stringByReplacingMatchesInString(xml, "");
 }
 
@@ -169,12 +183,13 @@ std::optional<std::string> QMRWebDavTransceiver::findNamespaceNameForUri(std::st
 std::string QMRWebDavTransceiver::filterChangeElementWithNamespace(std::string_view prefix, std::string xml) const {
     // The prefix and the change values go in unescaped, deliberately: prefixes are XML names and
     // the change values plain lower-case words. The "d" prefix of DAV: is the server's, kept on purpose.
+    // The change element's opening tag may not reach past its own ">": otherwise the tag of
+    // changeDateInUtc would run on into the next response and drop a wanted file with an unwanted one.
     std::string alternation = "(?:<d:status>HTTP/1.1 404 Not Found</d:status>)";
     for (const std::string& value : respFilterForChange.value_or(std::vector<std::string>{}))
-        alternation += fmt::format("|(?:<{0}:change(?:(?!</{0}:change>).)*>{1}</{0}:change>)", prefix, value);
-    QMRRegularExpression unwanted(
-        fmt::format("<d:response>(?:(?!</d:response>).)+(?:{})(?:(?!</d:response>).)+</d:response>", alternation),
-        QMRRegularExpressionOptions::DotMatchesLineSeparators);
+        alternation += fmt::format("|(?:<{0}:change[^>]*>{1}</{0}:change>)", prefix, value);
+    const QMRRegularExpression unwanted = cleaningPattern(
+        fmt::format("<d:response>(?:(?!</d:response>).)+(?:{})(?:(?!</d:response>).)+</d:response>", alternation));
     return unwanted.stringByReplacingMatchesInString(xml, "");
 }
 
