@@ -183,6 +183,8 @@ void LoopbackHttpServer::serveConnection(int socket) {
                     contentLength = parseSize(value, 10).value_or(0);
                 else if (equalsIgnoringCase(name, "Depth"))
                     request.depth = value;
+                else if (equalsIgnoringCase(name, "Cookie"))
+                    request.cookie = value;
                 else if (equalsIgnoringCase(name, "Transfer-Encoding"))
                     chunked = equalsIgnoringCase(value, "chunked");
                 else if (equalsIgnoringCase(name, "Connection"))

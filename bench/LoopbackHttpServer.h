@@ -20,6 +20,8 @@ struct LoopbackHttpRequest {
     std::string target;
     // Empty when the request has no Depth header.
     std::string depth;
+    // Empty when the request has no Cookie header.
+    std::string cookie;
     std::size_t bodySize = 0;
 };
 

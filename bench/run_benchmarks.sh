@@ -1,13 +1,22 @@
 #!/usr/bin/env bash
-# Runs the WebDAV benchmarks once: the data store against rclone and curl on a loopback server,
-# then the in-memory parsing figures, closing with a summary of figures, ratios and goals.
-# Usage: bench/run_benchmarks.sh <path to qmr_webdav_bench> [Google Benchmark options...]
-# Extra options may also come from QMR_BENCH_ARGS (e.g. --benchmark_filter=listing).
+# Runs the benchmarks once. First the WebDAV ones: the data store against rclone and curl on a
+# loopback server, then the in-memory parsing figures, closing with a summary of figures, ratios and
+# goals. Then the Funambol listing: wall time and peak memory of a lazy walk over 1,000, 10,000 and
+# 50,000 media, closing with its own summary.
+# Usage: bench/run_benchmarks.sh <path to qmr_webdav_bench> [path to qmr_funambol_bench] [Google Benchmark options...]
+# Without the second path, qmr_funambol_bench is looked for next to qmr_webdav_bench.
+# Extra options (given to both) may also come from QMR_BENCH_ARGS (e.g. --benchmark_filter=listing).
 set -euo pipefail
 
-binary="${1:?usage: run_benchmarks.sh <path to qmr_webdav_bench> [options]}"
+binary="${1:?usage: run_benchmarks.sh <path to qmr_webdav_bench> [path to qmr_funambol_bench] [options]}"
 shift
+funambol="$(dirname "$binary")/qmr_funambol_bench"
+if [ $# -gt 0 ] && [[ "$1" != -* ]]; then
+  funambol="$1"
+  shift
+fi
 [ -x "$binary" ] || { echo "bench: no benchmark binary at $binary" >&2; exit 1; }
+[ -x "$funambol" ] || { echo "bench: no benchmark binary at $funambol" >&2; exit 1; }
 
 for tool in rclone curl; do
   command -v "$tool" >/dev/null 2>&1 ||
@@ -17,5 +26,10 @@ done
 # Every client talks to 127.0.0.1: a proxy set in the environment must not catch that traffic.
 export NO_PROXY=127.0.0.1 no_proxy=127.0.0.1
 
+# Both run even when the first fails, so that one broken back-end does not hide the other's figures.
+status=0
 # shellcheck disable=SC2086  # QMR_BENCH_ARGS is a list of options on purpose
-exec "$binary" "$@" ${QMR_BENCH_ARGS:-}
+"$binary" "$@" ${QMR_BENCH_ARGS:-} || status=$?
+# shellcheck disable=SC2086
+"$funambol" "$@" ${QMR_BENCH_ARGS:-} || status=$?
+exit "$status"
