@@ -41,7 +41,7 @@ std::exception_ptr comQuillmereUtil_ExceptionUtil::exceptionWithExceptionName(st
 }
 
 void comQuillmereUtil_ExceptionUtil::raise(std::string_view exceptionName, const std::string& exceptionDescription,
-                                           std::source_location where) {
-    std::rethrow_exception(exceptionWithExceptionName(exceptionName, exceptionDescription, where.file_name(),
-                                                      where.function_name(), where.line()));
+                                           QMRSourceLocation where) {
+    std::rethrow_exception(exceptionWithExceptionName(exceptionName, exceptionDescription, where.fileName,
+                                                      where.functionName, where.line));
 }

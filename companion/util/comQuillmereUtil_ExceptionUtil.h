@@ -1,10 +1,10 @@
 #pragma once
 #include <exception>
-#include <source_location>
 #include <string>
 #include <string_view>
 
 #include "companion/util/QMRExceptions.h"
+#include "companion/util/QMRSourceLocation.h"
 
 class comQuillmereUtil_ExceptionUtil {
 public:
@@ -19,5 +19,5 @@ public:
 
     // Builds the named exception with the caller's source location and throws it.
     [[noreturn]] static void raise(std::string_view exceptionName, const std::string& exceptionDescription,
-                                   std::source_location where = std::source_location::current());
+                                   QMRSourceLocation where = QMRSourceLocation::current());
 };

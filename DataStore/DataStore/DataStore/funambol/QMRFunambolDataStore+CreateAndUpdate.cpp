@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cctype>
-#include <source_location>
 
 #include "DataStore/funambol/QMRFunambolDataStore.h"
 #include "DataStore/funambol/QMRFunambolErrorConverter.h"
@@ -11,7 +10,7 @@
 #include "companion/util/comQuillmereUtil_ExceptionUtil.h"
 
 namespace {
-void raiseInvalidArgument(const char* reason, std::source_location where = std::source_location::current()) {
+void raiseInvalidArgument(const char* reason, QMRSourceLocation where = QMRSourceLocation::current()) {
     comQuillmereUtil_ExceptionUtil::raise(QMRInvalidArgumentException::exceptionName, reason, where);
 }
 

@@ -58,7 +58,7 @@ std::optional<QMRDate> QMRWebDavDataStore::toDateFromRfc1123DateString(std::stri
 }
 
 namespace {
-void raiseInvalidArgument(const char* reason, std::source_location where = std::source_location::current()) {
+void raiseInvalidArgument(const char* reason, QMRSourceLocation where = QMRSourceLocation::current()) {
     comQuillmereUtil_ExceptionUtil::raise(QMRInvalidArgumentException::exceptionName, reason, where);
 }
 }  // namespace
