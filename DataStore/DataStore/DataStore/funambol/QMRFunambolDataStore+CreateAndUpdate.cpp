@@ -7,12 +7,10 @@
 #include "DataStore/funambol/QMRFunambolErrorConverter.h"
 #include "DataStore/funambol/QMRFunambolJson.h"
 #include "companion/io/ComQuillmereIO_MemoryStream.h"
+#include "DataStore/contract/QMRFileMetadataValidation.h"
 #include "companion/util/comQuillmereUtil_ExceptionUtil.h"
 
 namespace {
-void raiseInvalidArgument(const char* reason, QMRSourceLocation where = QMRSourceLocation::current()) {
-    comQuillmereUtil_ExceptionUtil::raise(QMRInvalidArgumentException::exceptionName, reason, where);
-}
 
 QMRData toData(const std::string& text) {
     return QMRData(text.begin(), text.end());
@@ -143,21 +141,21 @@ std::string QMRFunambolDataStore::constructWriteOrUpdateMetadataRequestContent(c
 }
 
 void QMRFunambolDataStore::validateFileIdNotAvailable(const QMRFileMetadata& metadata) {
-    if (metadata.fileIdAvailable()) raiseInvalidArgument("FileId should not be provided");
+    QMRFileMetadataValidation::validateFileIdNotAvailable(metadata);
 }
 
 void QMRFunambolDataStore::validateFileIdAvailable(const QMRFileMetadata& metadata) {
-    if (!metadata.fileIdAvailable()) raiseInvalidArgument("FileId should be provided");
+    QMRFileMetadataValidation::validateFileIdAvailable(metadata);
 }
 
 void QMRFunambolDataStore::validateNameAvailable(const QMRFileMetadata& metadata) {
-    if (!metadata.nameAvailable()) raiseInvalidArgument("Name must be provided");
+    QMRFileMetadataValidation::validateNameAvailable(metadata);
 }
 
 void QMRFunambolDataStore::validateContentTypeAvailable(const QMRFileMetadata& metadata) {
-    if (!metadata.mimeContentTypeAvailable()) raiseInvalidArgument("MimeContentType must be provided");
+    QMRFileMetadataValidation::validateContentTypeAvailable(metadata);
 }
 
 void QMRFunambolDataStore::validateSizeInBytesAvailable(const QMRFileMetadata& metadata) {
-    if (!metadata.sizeInBytesAvailable()) raiseInvalidArgument("SizeInBytes must be provided");
+    QMRFileMetadataValidation::validateSizeInBytesAvailable(metadata);
 }

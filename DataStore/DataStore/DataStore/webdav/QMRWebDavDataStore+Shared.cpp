@@ -7,6 +7,7 @@
 #include "DataStore/webdav/QMRWebDavTransceiver.h"
 #include "companion/io/ComQuillmereIO_MemoryStream.h"
 #include "companion/util/QMRDateFormat.h"
+#include "DataStore/contract/QMRFileMetadataValidation.h"
 #include "companion/util/comQuillmereUtil_ExceptionUtil.h"
 #include "companion/web/QMRUriBuilder.h"
 
@@ -57,30 +58,24 @@ std::optional<QMRDate> QMRWebDavDataStore::toDateFromRfc1123DateString(std::stri
     return QMRDateFormat::fromRfc1123String(text);
 }
 
-namespace {
-void raiseInvalidArgument(const char* reason, QMRSourceLocation where = QMRSourceLocation::current()) {
-    comQuillmereUtil_ExceptionUtil::raise(QMRInvalidArgumentException::exceptionName, reason, where);
-}
-}  // namespace
-
 void QMRWebDavDataStore::validateFileIdNotAvailable(const QMRFileMetadata& metadata) {
-    if (metadata.fileIdAvailable()) raiseInvalidArgument("FileId should not be provided");
+    QMRFileMetadataValidation::validateFileIdNotAvailable(metadata);
 }
 
 void QMRWebDavDataStore::validateFileIdAvailable(const QMRFileMetadata& metadata) {
-    if (!metadata.fileIdAvailable()) raiseInvalidArgument("FileId should be provided");
+    QMRFileMetadataValidation::validateFileIdAvailable(metadata);
 }
 
 void QMRWebDavDataStore::validateNameAvailable(const QMRFileMetadata& metadata) {
-    if (!metadata.nameAvailable()) raiseInvalidArgument("Name must be provided");
+    QMRFileMetadataValidation::validateNameAvailable(metadata);
 }
 
 void QMRWebDavDataStore::validateContentTypeAvailable(const QMRFileMetadata& metadata) {
-    if (!metadata.mimeContentTypeAvailable()) raiseInvalidArgument("MimeContentType must be provided");
+    QMRFileMetadataValidation::validateContentTypeAvailable(metadata);
 }
 
 void QMRWebDavDataStore::validateSizeInBytesAvailable(const QMRFileMetadata& metadata) {
-    if (!metadata.sizeInBytesAvailable()) raiseInvalidArgument("SizeInBytes must be provided");
+    QMRFileMetadataValidation::validateSizeInBytesAvailable(metadata);
 }
 
 QMRData QMRWebDavDataStore::readFileContentFromBlock(const QMRStreamBlock& block) {
