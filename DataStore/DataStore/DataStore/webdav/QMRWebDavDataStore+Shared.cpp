@@ -8,7 +8,6 @@
 #include "companion/io/ComQuillmereIO_MemoryStream.h"
 #include "companion/util/QMRDateFormat.h"
 #include "DataStore/contract/QMRFileMetadataValidation.h"
-#include "companion/util/comQuillmereUtil_ExceptionUtil.h"
 #include "companion/web/QMRUriBuilder.h"
 
 namespace {
