@@ -78,6 +78,13 @@ public:
         if (!accept(literal)) _failed = true;
     }
 
+    // One blank or more: pages pad day and hour numbers with them ("June  3, 2013  9:05").
+    void blanks() {
+        expect(" ");
+        while (!_failed && accept(" ")) {
+        }
+    }
+
     // minDigits to maxDigits decimal digits (at most 9, so no overflow).
     int number(std::size_t minDigits, std::size_t maxDigits) {
         int value = 0;
@@ -238,11 +245,13 @@ std::optional<QMRDate> QMRDateFormat::fromMonthDayYearTimeString(std::string_vie
     FixedPatternReader reader(text);
     CivilTime civil;
     civil.month = reader.name(kMonthNames) + 1;
-    reader.expect(" ");
+    reader.blanks();
     civil.day = reader.number(1, 2);
-    reader.expect(", ");
+    reader.expect(",");
+    reader.blanks();
     civil.year = reader.number(4, 4);
-    reader.expect(withCommaAfterYear ? ", " : " ");
+    if (withCommaAfterYear) reader.expect(",");
+    reader.blanks();
     civil.hour = reader.number(1, 2);
     reader.expect(":");
     civil.minute = reader.number(2, 2);

@@ -130,6 +130,8 @@ TEST(QMRDateFormatMonthDayYear, ReadsBothListingFormsInUtc) {
     EXPECT_EQ(QMRDateFormat::fromMonthDayYearTimeString("December 31, 1999, 23:59", true),
               utc(1999, 12, 31, 23, 59, 0));
     EXPECT_EQ(QMRDateFormat::fromMonthDayYearTimeString("September 09, 2013 07:05", false), utc(2013, 9, 9, 7, 5, 0));
+    // Pages pad the day and the hour with blanks.
+    EXPECT_EQ(QMRDateFormat::fromMonthDayYearTimeString("June  3, 2013  9:05", false), utc(2013, 6, 3, 9, 5, 0));
 }
 
 TEST(QMRDateFormatMonthDayYear, RejectsTheOtherFormAndOtherLanguages) {

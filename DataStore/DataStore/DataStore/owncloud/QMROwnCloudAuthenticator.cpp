@@ -1,0 +1,13 @@
+#include "DataStore/owncloud/QMROwnCloudAuthenticator.h"
+
+#include "companion/util/comQuillmereUtil_ExceptionUtil.h"
+
+QMROwnCloudAuthenticator::QMROwnCloudAuthenticator(std::string baseUrl, std::string serverVersion)
+    : _baseUrl(std::move(baseUrl)), _serverVersion(std::move(serverVersion)) {}
+
+QMROwnCloudAuthenticator::~QMROwnCloudAuthenticator() = default;
+
+void QMROwnCloudAuthenticator::throwExceptionWhenNotLoggedIn() const {
+    if (!_isLoggedIn)
+        comQuillmereUtil_ExceptionUtil::raise(QMRInvalidOperationException::exceptionName, "Not logged in");
+}
