@@ -30,6 +30,7 @@
 #include <string_view>
 #include <vector>
 
+#include "BenchReport.h"
 #include "DataStore/funambol/QMRFunambolDataStore.h"
 #include "DataStore/funambol/QMRFunambolFileMetadataFastEnumeration.h"
 #include "LoopbackHttpServer.h"
@@ -462,10 +463,7 @@ void rawPages(benchmark::State& state, std::size_t count) {
 // ---- registration and summary ----
 
 benchmark::internal::Benchmark* timed(benchmark::internal::Benchmark* benchmark) {
-    return benchmark->UseRealTime()
-        ->Unit(benchmark::kMillisecond)
-        ->Repetitions(kRepetitions)
-        ->MinTime(kMinSecondsPerRepetition);
+    return bench_report::timed(benchmark, kRepetitions, kMinSecondsPerRepetition);
 }
 
 void registerBenchmarks() {
@@ -474,49 +472,9 @@ void registerBenchmarks() {
     timed(benchmark::RegisterBenchmark(floorName(kFloorCount).c_str(), rawPages, kFloorCount));
 }
 
-// Shows the median and the coefficient of variation of each benchmark, and keeps the seconds per
-// iteration of every repetition for the summary.
-class SummaryReporter : public benchmark::ConsoleReporter {
-public:
-    // Colours only on a terminal: a log or a pipe gets plain text.
-    SummaryReporter() : ConsoleReporter(::isatty(STDOUT_FILENO) != 0 ? OO_ColorTabular : OO_Tabular) {}
-
-    void ReportRuns(const std::vector<Run>& runs) override {
-        std::vector<Run> shown;
-        for (const Run& run : runs) {
-            if (run.run_type == Run::RT_Iteration) {
-                if (!run.error_occurred && run.iterations > 0)
-                    _seconds[run.run_name.function_name].push_back(run.real_accumulated_time /
-                                                                   static_cast<double>(run.iterations));
-                if (run.error_occurred || run.repetitions <= 1) shown.push_back(run);
-            } else if (run.aggregate_name == "median" || run.aggregate_name == "cv") {
-                shown.push_back(run);
-            }
-        }
-        if (!shown.empty()) ConsoleReporter::ReportRuns(shown);
-    }
-
-    // Median seconds per iteration, or nothing when the benchmark did not run.
-    std::optional<double> seconds(const std::string& benchmark) const {
-        auto found = _seconds.find(benchmark);
-        if (found == _seconds.end() || found->second.empty()) return std::nullopt;
-        std::vector<double> values = found->second;
-        std::sort(values.begin(), values.end());
-        const std::size_t middle = values.size() / 2;
-        return values.size() % 2 == 1 ? values[middle] : (values[middle - 1] + values[middle]) / 2;
-    }
-
-private:
-    std::map<std::string, std::vector<double>> _seconds;
-};
-
-std::string milliseconds(std::optional<double> seconds) {
-    return seconds ? fmt::format("{:.1f} ms", *seconds * 1e3) : "n/a";
-}
-
-std::string rate(std::optional<double> seconds, std::size_t items, std::string_view unit) {
-    return seconds ? fmt::format("{:.0f} {}", static_cast<double>(items) / *seconds, unit) : "n/a";
-}
+using bench_report::milliseconds;
+using bench_report::rate;
+using bench_report::SummaryReporter;
 
 void printSummary(const SummaryReporter& results) {
     fmt::print("\n==== Funambol listing summary (median of {} repetitions, wall time; KiB = 1024 bytes) ====\n",

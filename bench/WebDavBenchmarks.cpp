@@ -21,6 +21,7 @@
 #include <utility>
 #include <vector>
 
+#include "BenchReport.h"
 #include "DataStore/contract/QMRDataStoreConstants.h"
 #include "DataStore/webdav/QMRWebDavDataStore.h"
 #include "DataStore/webdav/QMRWebDavTransceiver.h"
@@ -465,10 +466,7 @@ bool checkClients() {
 // ---- registration and summary ----
 
 benchmark::internal::Benchmark* timed(benchmark::internal::Benchmark* benchmark) {
-    return benchmark->UseRealTime()
-        ->Unit(benchmark::kMillisecond)
-        ->Repetitions(kRepetitions)
-        ->MinTime(kMinSecondsPerRepetition);
+    return bench_report::timed(benchmark, kRepetitions, kMinSecondsPerRepetition);
 }
 
 void registerBenchmarks() {
@@ -490,49 +488,9 @@ void registerBenchmarks() {
     timed(benchmark::RegisterBenchmark(name::rawByIds, rawByIds));
 }
 
-// Shows the median and the coefficient of variation of each benchmark, and keeps the seconds
-// per iteration of every repetition for the summary.
-class SummaryReporter : public benchmark::ConsoleReporter {
-public:
-    // Colours only on a terminal: a log or a pipe gets plain text.
-    SummaryReporter() : ConsoleReporter(::isatty(STDOUT_FILENO) != 0 ? OO_ColorTabular : OO_Tabular) {}
-
-    void ReportRuns(const std::vector<Run>& runs) override {
-        std::vector<Run> shown;
-        for (const Run& run : runs) {
-            if (run.run_type == Run::RT_Iteration) {
-                if (!run.error_occurred && run.iterations > 0)
-                    _seconds[run.run_name.function_name].push_back(run.real_accumulated_time /
-                                                                   static_cast<double>(run.iterations));
-                if (run.error_occurred || run.repetitions <= 1) shown.push_back(run);
-            } else if (run.aggregate_name == "median" || run.aggregate_name == "cv") {
-                shown.push_back(run);
-            }
-        }
-        if (!shown.empty()) ConsoleReporter::ReportRuns(shown);
-    }
-
-    // Median seconds per iteration, or nothing when the benchmark did not run.
-    std::optional<double> seconds(const std::string& benchmark) const {
-        auto found = _seconds.find(benchmark);
-        if (found == _seconds.end() || found->second.empty()) return std::nullopt;
-        std::vector<double> values = found->second;
-        std::sort(values.begin(), values.end());
-        const std::size_t middle = values.size() / 2;
-        return values.size() % 2 == 1 ? values[middle] : (values[middle - 1] + values[middle]) / 2;
-    }
-
-private:
-    std::map<std::string, std::vector<double>> _seconds;
-};
-
-std::string milliseconds(std::optional<double> seconds) {
-    return seconds ? fmt::format("{:.1f} ms", *seconds * 1e3) : "n/a";
-}
-
-std::string rate(std::optional<double> seconds, std::size_t items, std::string_view unit) {
-    return seconds ? fmt::format("{:.0f} {}", static_cast<double>(items) / *seconds, unit) : "n/a";
-}
+using bench_report::milliseconds;
+using bench_report::rate;
+using bench_report::SummaryReporter;
 
 std::string megabytesPerSecond(std::optional<double> seconds) {
     return seconds ? fmt::format("{:.1f} MB/s", static_cast<double>(setting->listingBody().size()) / 1e6 / *seconds)

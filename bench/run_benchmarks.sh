@@ -2,21 +2,29 @@
 # Runs the benchmarks once. First the WebDAV ones: the data store against rclone and curl on a
 # loopback server, then the in-memory parsing figures, closing with a summary of figures, ratios and
 # goals. Then the Funambol listing: wall time and peak memory of a lazy walk over 1,000, 10,000 and
-# 50,000 media, closing with its own summary.
-# Usage: bench/run_benchmarks.sh <path to qmr_webdav_bench> [path to qmr_funambol_bench] [Google Benchmark options...]
-# Without the second path, qmr_funambol_bench is looked for next to qmr_webdav_bench.
-# Extra options (given to both) may also come from QMR_BENCH_ARGS (e.g. --benchmark_filter=listing).
+# 50,000 media, closing with its own summary. Last the ownCloud listing of a 10,000-row files page
+# per release against PCRE2 finding the rows alone, with its summary.
+# Usage: bench/run_benchmarks.sh <path to qmr_webdav_bench> [path to qmr_funambol_bench
+#        [path to qmr_owncloud_bench]] [Google Benchmark options...]
+# A path left out is looked for next to qmr_webdav_bench.
+# Extra options (given to each) may also come from QMR_BENCH_ARGS (e.g. --benchmark_filter=listing).
 set -euo pipefail
 
-binary="${1:?usage: run_benchmarks.sh <path to qmr_webdav_bench> [path to qmr_funambol_bench] [options]}"
+binary="${1:?usage: run_benchmarks.sh <path to qmr_webdav_bench> [path to qmr_funambol_bench [path to qmr_owncloud_bench]] [options]}"
 shift
 funambol="$(dirname "$binary")/qmr_funambol_bench"
+owncloud="$(dirname "$binary")/qmr_owncloud_bench"
 if [ $# -gt 0 ] && [[ "$1" != -* ]]; then
   funambol="$1"
   shift
+  if [ $# -gt 0 ] && [[ "$1" != -* ]]; then
+    owncloud="$1"
+    shift
+  fi
 fi
-[ -x "$binary" ] || { echo "bench: no benchmark binary at $binary" >&2; exit 1; }
-[ -x "$funambol" ] || { echo "bench: no benchmark binary at $funambol" >&2; exit 1; }
+for program in "$binary" "$funambol" "$owncloud"; do
+  [ -x "$program" ] || { echo "bench: no benchmark binary at $program" >&2; exit 1; }
+done
 
 for tool in rclone curl; do
   command -v "$tool" >/dev/null 2>&1 ||
@@ -26,10 +34,12 @@ done
 # Every client talks to 127.0.0.1: a proxy set in the environment must not catch that traffic.
 export NO_PROXY=127.0.0.1 no_proxy=127.0.0.1
 
-# Both run even when the first fails, so that one broken back-end does not hide the other's figures.
+# All run even when one fails, so that one broken back-end does not hide the others' figures.
 status=0
 # shellcheck disable=SC2086  # QMR_BENCH_ARGS is a list of options on purpose
 "$binary" "$@" ${QMR_BENCH_ARGS:-} || status=$?
 # shellcheck disable=SC2086
 "$funambol" "$@" ${QMR_BENCH_ARGS:-} || status=$?
+# shellcheck disable=SC2086
+"$owncloud" "$@" ${QMR_BENCH_ARGS:-} || status=$?
 exit "$status"

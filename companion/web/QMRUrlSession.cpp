@@ -7,15 +7,7 @@
 #include <new>
 
 #include "companion/util/comQuillmereUtil_ExceptionUtil.h"
-
-namespace {
-void initializeCurlOnce() {
-    static std::once_flag once;
-    std::call_once(once, [] {
-        if (curl_global_init(CURL_GLOBAL_DEFAULT) != CURLE_OK) throw std::bad_alloc();
-    });
-}
-}  // namespace
+#include "companion/web/QMRUrlTransfer.h"
 
 struct QMRUrlSession::State {
     CURLSH* share = nullptr;
@@ -61,8 +53,8 @@ struct QMRUrlSession::State {
 };
 
 QMRUrlSession::QMRUrlSession() {
-    initializeCurlOnce();
-    _state = std::make_unique<State>();
+    QMRUrlTransfer::initializeCurlOnce();
+    _state = std::make_shared<State>();
 }
 
 QMRUrlSession::~QMRUrlSession() = default;
@@ -74,6 +66,11 @@ QMRUrlSession::State& QMRUrlSession::state() const {
         comQuillmereUtil_ExceptionUtil::raise(QMRInvalidOperationException::exceptionName,
                                               "The URL session was moved from");
     return *_state;
+}
+
+std::shared_ptr<QMRUrlSession::State> QMRUrlSession::sharedState() const {
+    state();
+    return _state;
 }
 
 std::chrono::milliseconds QMRUrlSession::timeoutInterval() const {
@@ -102,7 +99,11 @@ QMRUrlSession::HandleLease::~HandleLease() {
 }
 
 void QMRUrlSession::attachHandle(void* handle) {
-    curl_easy_setopt(handle, CURLOPT_SHARE, state().share);
+    attachHandle(state(), handle);
+}
+
+void QMRUrlSession::attachHandle(State& state, void* handle) {
+    curl_easy_setopt(handle, CURLOPT_SHARE, state.share);
     // An empty file name turns the in-memory cookie engine on without reading any file.
     curl_easy_setopt(handle, CURLOPT_COOKIEFILE, "");
 }

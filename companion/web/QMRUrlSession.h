@@ -52,8 +52,12 @@ private:
     HandleLease leaseSynchronousHandle();
     // Connects a transfer handle to the cookies, name cache and TLS sessions of this session.
     void attachHandle(void* handle);
+    static void attachHandle(State& state, void* handle);
 
     State& state() const;
+    // Asynchronous transfers hold the state, so the share outlives every handle attached to it even
+    // when the session goes first.
+    std::shared_ptr<State> sharedState() const;
 
-    std::unique_ptr<State> _state;
+    std::shared_ptr<State> _state;
 };

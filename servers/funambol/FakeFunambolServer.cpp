@@ -10,10 +10,7 @@
 //   /test/reset             forget every file and change; sessions and the id counter stay
 //   /test/quota?bytes=N     set the quota
 //   /test/expire-sessions   end every session, as a server restart would
-#include <arpa/inet.h>
 #include <microhttpd.h>
-#include <netinet/in.h>
-#include <signal.h>
 
 #include <algorithm>
 #include <array>
@@ -21,8 +18,6 @@
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
-#include <filesystem>
-#include <fstream>
 #include <iostream>
 #include <map>
 #include <mutex>
@@ -35,6 +30,8 @@
 #include <vector>
 
 #include <nlohmann/json.hpp>
+
+#include "FakeServer.h"
 
 namespace {
 
@@ -88,11 +85,8 @@ struct BadRequest {
 };
 
 std::int64_t toNumber(std::string_view text, std::string_view what) {
-    std::int64_t value = 0;
-    auto [end, failure] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (failure != std::errc{} || end != text.data() + text.size() || value < 0)
-        throw BadRequest{"'" + std::string(what) + "' is not a number: " + std::string(text)};
-    return value;
+    if (const std::optional<std::int64_t> value = fake_server::parseCount(text)) return *value;
+    throw BadRequest{"'" + std::string(what) + "' is not a number: " + std::string(text)};
 }
 
 // The client writes dates as "yyyyMMdd'T'HHmmss" followed by "Z" or a "+hhmm" offset, although it
@@ -440,9 +434,7 @@ private:
     std::mt19937_64 _random{std::random_device{}()};
 };
 
-// ---- HTTP plumbing on libmicrohttpd ----
-
-constexpr std::size_t maxBodyBytes = 256u << 20;
+// ---- HTTP plumbing ----
 
 struct PendingRequest {
     Request request;
@@ -455,11 +447,6 @@ MHD_Result collectQuery(void* query, MHD_ValueKind, const char* name, const char
     return MHD_YES;
 }
 
-std::string headerValue(MHD_Connection* connection, MHD_ValueKind kind, const char* name) {
-    const char* value = MHD_lookup_connection_value(connection, kind, name);
-    return value != nullptr ? value : "";
-}
-
 MHD_Result answer(void* server, MHD_Connection* connection, const char* url, const char* method, const char*,
                   const char* upload, std::size_t* uploadSize, void** context) {
     auto* pending = static_cast<PendingRequest*>(*context);
@@ -470,124 +457,39 @@ MHD_Result answer(void* server, MHD_Connection* connection, const char* url, con
         request.method = method;
         request.path = url;
         MHD_get_connection_values(connection, MHD_GET_ARGUMENT_KIND, &collectQuery, &request.query);
-        request.session = headerValue(connection, MHD_COOKIE_KIND, "JSESSIONID");
+        request.session = fake_server::headerValue(connection, MHD_COOKIE_KIND, "JSESSIONID");
         for (const char* name : {"x-funambol-id", "x-funambol-file-size"})
             if (const char* value = MHD_lookup_connection_value(connection, MHD_HEADER_KIND, name))
                 request.headers[name] = value;
-        pending->host = headerValue(connection, MHD_HEADER_KIND, MHD_HTTP_HEADER_HOST);
+        pending->host = fake_server::headerValue(connection, MHD_HEADER_KIND, MHD_HTTP_HEADER_HOST);
         return MHD_YES;
     }
-    if (*uploadSize != 0) {
-        pending->tooLarge |= pending->request.body.size() + *uploadSize > maxBodyBytes;
-        if (!pending->tooLarge) pending->request.body.append(upload, *uploadSize);
-        *uploadSize = 0;
-        return MHD_YES;
-    }
+    if (fake_server::takeUpload(pending->request.body, pending->tooLarge, upload, uploadSize)) return MHD_YES;
     const Reply reply = pending->tooLarge ? errorReply(413, "COM-1005", "Body too large")
                                           : static_cast<MediaServer*>(server)->handle(pending->request, pending->host);
-    // One line per request, before the answer leaves, so that a client holding its answer finds it
-    // logged: "GET /sapi/media/file?action=get&limit=50&offset=0 -> 200" (parameters by name).
+    // Logged with its parameters by name: "GET /sapi/media/file?action=get&limit=50&offset=0 -> 200".
     std::string line = pending->request.method + ' ' + pending->request.path;
     char separator = '?';
     for (const auto& [name, value] : pending->request.query) {
         line += separator + name + '=' + value;
         separator = '&';
     }
-    std::cerr << line << " -> " << reply.status << std::endl;
-    MHD_Response* response =
-        MHD_create_response_from_buffer(reply.body.size(), const_cast<char*>(reply.body.data()), MHD_RESPMEM_MUST_COPY);
-    if (response == nullptr) return MHD_NO;
-    for (const auto& [name, value] : reply.headers) MHD_add_response_header(response, name.c_str(), value.c_str());
-    const MHD_Result queued = MHD_queue_response(connection, reply.status, response);
-    MHD_destroy_response(response);
-    return queued;
-}
-
-void forget(void*, MHD_Connection*, void** context, MHD_RequestTerminationCode) {
-    delete static_cast<PendingRequest*>(*context);
-    *context = nullptr;
-}
-
-struct Options {
-    std::uint16_t port = 0;
-    std::string urlFile;
-    std::string user = "bob";
-    std::string password = "p&ss=1";
-    std::int64_t quota = 100 * 1024 * 1024;
-};
-
-std::optional<Options> parseOptions(int argc, char** argv) {
-    Options options;
-    for (int i = 1; i + 1 < argc; i += 2) {
-        const std::string_view name = argv[i];
-        const std::string value = argv[i + 1];
-        try {
-            if (name == "--port")
-                options.port = static_cast<std::uint16_t>(toNumber(value, name));
-            else if (name == "--url-file")
-                options.urlFile = value;
-            else if (name == "--user")
-                options.user = value;
-            else if (name == "--password")
-                options.password = value;
-            else if (name == "--quota")
-                options.quota = toNumber(value, name);
-            else
-                return std::nullopt;
-        } catch (const BadRequest&) {
-            return std::nullopt;
-        }
-    }
-    if (argc % 2 == 0) return std::nullopt;
-    return options;
+    return fake_server::send(connection, line, reply.status, reply.body, reply.headers);
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    const std::optional<Options> options = parseOptions(argc, argv);
-    if (!options) {
+    fake_server::Options options;
+    options.user = "bob";
+    options.password = "p&ss=1";
+    options.quota = 100 * 1024 * 1024;
+    if (!fake_server::parseOptions(argc, argv, options)) {
         std::cerr << "usage: " << argv[0]
                   << " [--port N] [--url-file PATH] [--user NAME] [--password TEXT] [--quota BYTES]\n";
         return 2;
     }
-    // Blocked before the daemon's thread exists, so that only sigwait below sees them.
-    sigset_t stopSignals;
-    sigemptyset(&stopSignals);
-    sigaddset(&stopSignals, SIGTERM);
-    sigaddset(&stopSignals, SIGINT);
-    pthread_sigmask(SIG_BLOCK, &stopSignals, nullptr);
-
-    MediaServer server(options->user, options->password, options->quota);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(options->port);
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    MHD_Daemon* daemon =
-        MHD_start_daemon(MHD_USE_AUTO_INTERNAL_THREAD | MHD_USE_ERROR_LOG, 0, nullptr, nullptr, &answer, &server,
-                         MHD_OPTION_SOCK_ADDR, &address, MHD_OPTION_NOTIFY_COMPLETED, &forget, nullptr, MHD_OPTION_END);
-    const MHD_DaemonInfo* info = daemon != nullptr ? MHD_get_daemon_info(daemon, MHD_DAEMON_INFO_BIND_PORT) : nullptr;
-    if (info == nullptr || info->port == 0) {
-        std::cerr << "qmr_fake_funambol: cannot listen on 127.0.0.1:" << options->port << '\n';
-        if (daemon != nullptr) MHD_stop_daemon(daemon);
-        return 1;
-    }
-    const std::string url = "http://127.0.0.1:" + std::to_string(info->port);
-    if (options->urlFile.empty()) {
-        std::cout << url << std::endl;
-    } else {
-        const std::string temporary = options->urlFile + ".tmp";
-        std::ofstream(temporary) << url << '\n';
-        std::error_code failure;
-        std::filesystem::rename(temporary, options->urlFile, failure);
-        if (failure) {
-            std::cerr << "qmr_fake_funambol: cannot write " << options->urlFile << ": " << failure.message() << '\n';
-            MHD_stop_daemon(daemon);
-            return 1;
-        }
-    }
-    int received = 0;
-    sigwait(&stopSignals, &received);
-    MHD_stop_daemon(daemon);
-    return 0;
+    MediaServer server(options.user, options.password, options.quota);
+    return fake_server::serveUntilStopped("qmr_fake_funambol", options, &answer, &server,
+                                          &fake_server::forget<PendingRequest>);
 }

@@ -21,21 +21,15 @@
 //                                        session data timed out under a login that stays: pages still
 //                                        load, ajax posts with the old token get "Token expired"
 //   /test/end-sessions                   forget every session: everyone is logged out
-#include <arpa/inet.h>
 #include <fmt/format.h>
 #include <microhttpd.h>
-#include <netinet/in.h>
-#include <signal.h>
 
 #include <algorithm>
 #include <array>
 #include <cctype>
-#include <charconv>
 #include <chrono>
 #include <cmath>
 #include <cstdint>
-#include <filesystem>
-#include <fstream>
 #include <iostream>
 #include <map>
 #include <mutex>
@@ -48,19 +42,14 @@
 
 #include <nlohmann/json.hpp>
 
+#include "FakeServer.h"
+
 namespace {
 
 // Keys keep their insertion order: the client searches some answers for adjacent keys.
 using json = nlohmann::ordered_json;
 
 // ---- texts ----
-
-std::optional<std::int64_t> toNumber(std::string_view text) {
-    std::int64_t value = 0;
-    auto [end, failure] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (failure != std::errc{} || end != text.data() + text.size() || value < 0) return std::nullopt;
-    return value;
-}
 
 std::optional<unsigned char> hexValue(char c) {
     if (c >= '0' && c <= '9') return static_cast<unsigned char>(c - '0');
@@ -611,11 +600,11 @@ private:
     Reply control(const Request& request) {
         const std::string& what = request.path;
         const std::string path = request.param("path");
-        const auto mtime = toNumber(request.param("mtime"));
+        const auto mtime = fake_server::parseCount(request.param("mtime"));
         if (what == "/test/reset") {
             reset();
         } else if (what == "/test/quota") {
-            const auto bytes = toNumber(request.param("bytes"));
+            const auto bytes = fake_server::parseCount(request.param("bytes"));
             if (!bytes) return {400, "bytes=N wanted"};
             _quota = *bytes;
         } else if (what == "/test/mkdir" || what == "/test/put") {
@@ -686,16 +675,14 @@ private:
     std::mt19937_64 _random{std::random_device{}()};
 };
 
-// ---- HTTP plumbing on libmicrohttpd ----
-
-constexpr std::size_t maxBodyBytes = 256u << 20;
+// ---- HTTP plumbing ----
 
 struct PendingRequest {
     Request request;
     bool started = false, tooLarge = false;
 };
 
-// Sees the request target as sent, before the daemon decodes it: the query is read as PHP reads it.
+// The query is read from the target as sent, as PHP reads it.
 void* begin(void*, const char* uri, MHD_Connection*) {
     auto* pending = new PendingRequest;
     const std::string_view target = uri;
@@ -708,13 +695,9 @@ void* begin(void*, const char* uri, MHD_Connection*) {
     return pending;
 }
 
-std::string headerValue(MHD_Connection* connection, MHD_ValueKind kind, const char* name) {
-    const char* value = MHD_lookup_connection_value(connection, kind, name);
-    return value != nullptr ? value : "";
-}
-
 MHD_Result answer(void* server, MHD_Connection* connection, const char*, const char* method, const char*,
                   const char* upload, std::size_t* uploadSize, void** context) {
+    using fake_server::headerValue;
     auto* pending = static_cast<PendingRequest*>(*context);
     Request& request = pending->request;
     if (!pending->started) {
@@ -728,114 +711,35 @@ MHD_Result answer(void* server, MHD_Connection* connection, const char*, const c
         request.host = headerValue(connection, MHD_HEADER_KIND, MHD_HTTP_HEADER_HOST);
         return MHD_YES;
     }
-    if (*uploadSize != 0) {
-        pending->tooLarge |= request.body.size() + *uploadSize > maxBodyBytes;
-        if (!pending->tooLarge) request.body.append(upload, *uploadSize);
-        *uploadSize = 0;
-        return MHD_YES;
-    }
+    if (fake_server::takeUpload(request.body, pending->tooLarge, upload, uploadSize)) return MHD_YES;
     const Reply reply =
         pending->tooLarge ? Reply{413, "Body too large"} : static_cast<OwnCloudServer*>(server)->handle(request);
-    // One line per request, before the answer leaves, so that a client holding its answer finds it logged.
-    std::cerr << request.method << ' ' << request.path << (request.rawQuery.empty() ? "" : "?") << request.rawQuery
-              << " -> " << reply.status << std::endl;
-    MHD_Response* response =
-        MHD_create_response_from_buffer(reply.body.size(), const_cast<char*>(reply.body.data()), MHD_RESPMEM_MUST_COPY);
-    if (response == nullptr) return MHD_NO;
-    for (const auto& [name, value] : reply.headers) MHD_add_response_header(response, name.c_str(), value.c_str());
-    const MHD_Result queued = MHD_queue_response(connection, reply.status, response);
-    MHD_destroy_response(response);
-    return queued;
-}
-
-void forget(void*, MHD_Connection*, void** context, MHD_RequestTerminationCode) {
-    delete static_cast<PendingRequest*>(*context);
-    *context = nullptr;
-}
-
-struct Options {
-    std::optional<Release> release;
-    std::uint16_t port = 0;
-    std::string urlFile;
-    std::string user = "carol";
-    std::string password = "s3cret pw";
-    std::int64_t quota = std::int64_t{2} << 30;
-};
-
-std::optional<Options> parseOptions(int argc, char** argv) {
-    Options options;
-    if (argc % 2 == 0) return std::nullopt;
-    for (int i = 1; i + 1 < argc; i += 2) {
-        const std::string_view name = argv[i];
-        const std::string value = argv[i + 1];
-        const std::optional<std::int64_t> number = toNumber(value);
-        if (name == "--release" && (value == "4.5.7" || value == "5.0.6"))
-            options.release = value == "4.5.7" ? Release::v4_5_7 : Release::v5_0_6;
-        else if (name == "--port" && number && *number <= 65535)
-            options.port = static_cast<std::uint16_t>(*number);
-        else if (name == "--url-file")
-            options.urlFile = value;
-        else if (name == "--user")
-            options.user = value;
-        else if (name == "--password")
-            options.password = value;
-        else if (name == "--quota" && number)
-            options.quota = *number;
-        else
-            return std::nullopt;
-    }
-    if (!options.release) return std::nullopt;
-    return options;
+    const std::string line =
+        request.method + ' ' + request.path + (request.rawQuery.empty() ? "" : "?") + request.rawQuery;
+    return fake_server::send(connection, line, reply.status, reply.body, reply.headers);
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    const std::optional<Options> options = parseOptions(argc, argv);
-    if (!options) {
+    std::optional<Release> release;
+    fake_server::Options options;
+    options.user = "carol";
+    options.password = "s3cret pw";
+    options.quota = std::int64_t{2} << 30;
+    const bool understood =
+        fake_server::parseOptions(argc, argv, options, [&](std::string_view name, const std::string& value) {
+            if (name != "--release" || (value != "4.5.7" && value != "5.0.6")) return false;
+            release = value == "4.5.7" ? Release::v4_5_7 : Release::v5_0_6;
+            return true;
+        });
+    if (!understood || !release) {
         std::cerr << "usage: " << argv[0]
                   << " --release 4.5.7|5.0.6 [--port N] [--url-file PATH] [--user NAME] [--password TEXT]"
                      " [--quota BYTES]\n";
         return 2;
     }
-    // Blocked before the daemon's thread exists, so that only sigwait below sees them.
-    sigset_t stopSignals;
-    sigemptyset(&stopSignals);
-    sigaddset(&stopSignals, SIGTERM);
-    sigaddset(&stopSignals, SIGINT);
-    pthread_sigmask(SIG_BLOCK, &stopSignals, nullptr);
-
-    OwnCloudServer server(*options->release, options->user, options->password, options->quota);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(options->port);
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    MHD_Daemon* daemon =
-        MHD_start_daemon(MHD_USE_AUTO_INTERNAL_THREAD | MHD_USE_ERROR_LOG, 0, nullptr, nullptr, &answer, &server,
-                         MHD_OPTION_SOCK_ADDR, &address, MHD_OPTION_URI_LOG_CALLBACK, &begin, nullptr,
-                         MHD_OPTION_NOTIFY_COMPLETED, &forget, nullptr, MHD_OPTION_END);
-    const MHD_DaemonInfo* info = daemon != nullptr ? MHD_get_daemon_info(daemon, MHD_DAEMON_INFO_BIND_PORT) : nullptr;
-    if (info == nullptr || info->port == 0) {
-        std::cerr << "qmr_fake_owncloud: cannot listen on 127.0.0.1:" << options->port << '\n';
-        if (daemon != nullptr) MHD_stop_daemon(daemon);
-        return 1;
-    }
-    const std::string url = "http://127.0.0.1:" + std::to_string(info->port);
-    if (options->urlFile.empty()) {
-        std::cout << url << std::endl;
-    } else {
-        const std::string temporary = options->urlFile + ".tmp";
-        std::ofstream(temporary) << url << '\n';
-        std::error_code failed;
-        std::filesystem::rename(temporary, options->urlFile, failed);
-        if (failed) {
-            std::cerr << "qmr_fake_owncloud: cannot write " << options->urlFile << ": " << failed.message() << '\n';
-            MHD_stop_daemon(daemon);
-            return 1;
-        }
-    }
-    int received = 0;
-    sigwait(&stopSignals, &received);
-    MHD_stop_daemon(daemon);
-    return 0;
+    OwnCloudServer server(*release, options.user, options.password, options.quota);
+    return fake_server::serveUntilStopped("qmr_fake_owncloud", options, &answer, &server,
+                                          &fake_server::forget<PendingRequest>, &begin);
 }

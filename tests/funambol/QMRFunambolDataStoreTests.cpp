@@ -1,11 +1,7 @@
 #include "DataStore/funambol/QMRFunambolDataStore.h"
 
-#include <arpa/inet.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <functional>
@@ -19,10 +15,13 @@
 #include "companion/util/QMRExceptions.h"
 #include "companion/web/QMRUriUtil.h"
 #include "companion/web/QMRUrlError.h"
+#include "tests/support/DataStoreTestSupport.h"
 #include "tests/support/ScriptedHttpServer.h"
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+
+using test_support::writing;
 
 namespace {
 
@@ -45,10 +44,6 @@ std::string page(const std::string& node, const std::vector<std::string>& ids,
     return "{\"data\":{\"mediaserverurl\":\"" + serverUrl + "\",\"" + node + "\":[" + entries + "]}}";
 }
 
-QMRStreamBlock writing(std::string_view content) {
-    return [content](ComQuillmereIO_Stream& stream) { stream.write(content); };
-}
-
 // "METHOD target" with the query decoded, of every request after the login.
 std::vector<std::string> trafficOf(const ScriptedHttpServer& server) {
     std::vector<std::string> lines;
@@ -56,18 +51,6 @@ std::vector<std::string> trafficOf(const ScriptedHttpServer& server) {
         lines.push_back(request.method + " " + QMRUriUtil::decodeFromPercentEscapeString(request.target));
     lines.erase(lines.begin());
     return lines;
-}
-
-std::uint16_t closedPort() {
-    int socketFd = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    ::bind(socketFd, reinterpret_cast<sockaddr*>(&address), sizeof address);
-    socklen_t length = sizeof address;
-    ::getsockname(socketFd, reinterpret_cast<sockaddr*>(&address), &length);
-    ::close(socketFd);
-    return ntohs(address.sin_port);
 }
 
 class FunambolDataStore : public ::testing::Test {
@@ -79,10 +62,7 @@ protected:
         ASSERT_FALSE(error);
     }
     void expectError(long code, const std::string& description) const {
-        ASSERT_TRUE(error.has_value()) << "no error, expected " << code;
-        EXPECT_EQ(error->domain(), QMRDataStoreErrorDomain);
-        EXPECT_EQ(error->code(), code);
-        EXPECT_EQ(error->localizedDescription(), description);
+        test_support::expectDataStoreError(error, code, description);
     }
 
     ScriptedHttpServer server;
@@ -386,7 +366,7 @@ TEST_F(FunambolDataStore, ReadingContentHandsOverAnyAnswerBodyAndOnlyTransportFa
     EXPECT_EQ(content, "missing page");
     EXPECT_EQ(trafficOf(server).back(), "GET /content");
 
-    lookup("http://127.0.0.1:" + std::to_string(closedPort()));
+    lookup("http://127.0.0.1:" + std::to_string(test_support::closedLoopbackPort()));
     content = "untouched";
     store->openFileForReading("8", error, reading);
     expectError(QMRDataStoreErrorServerUnavailable, "Server down or server busy");
@@ -477,7 +457,7 @@ TEST_F(FunambolDataStore, AnswersAreJudgedByTheirJsonAndTransportFailuresByTheir
     expectError(QMRDataStoreErrorAuthentication,
                 "Either login name or password is invalid or the authenticated session has expired");
 
-    store->setBaseUrl("http://127.0.0.1:" + std::to_string(closedPort()));
+    store->setBaseUrl("http://127.0.0.1:" + std::to_string(test_support::closedLoopbackPort()));
     space = store->getStorageSpace(error);
     expectError(QMRDataStoreErrorServerUnavailable, "Server down or server busy");
     ASSERT_TRUE(error->underlyingError());

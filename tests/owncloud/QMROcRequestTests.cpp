@@ -1,10 +1,6 @@
 // The exact traffic of the ownCloud requests of both releases, and how their answers are read.
-#include <arpa/inet.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include <chrono>
 #include <string>
@@ -20,6 +16,7 @@
 #include "DataStore/owncloud/QMROcReadServerInfoRequest.h"
 #include "DataStore/owncloud/QMROcReadStorageQuotaInfoRequestv5_0_6.h"
 #include "tests/owncloud/QMROcTestSupport.h"
+#include "tests/support/DataStoreTestSupport.h"
 #include "tests/support/ScriptedHttpServer.h"
 
 using namespace std::chrono;
@@ -41,27 +38,12 @@ std::string folderId(const std::string& path) {
     return QMROcFileOrFolderId("3", path, 1).toString();
 }
 
-std::uint16_t closedPort() {
-    int socketFd = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    ::bind(socketFd, reinterpret_cast<sockaddr*>(&address), sizeof address);
-    socklen_t length = sizeof address;
-    ::getsockname(socketFd, reinterpret_cast<sockaddr*>(&address), &length);
-    ::close(socketFd);
-    return ntohs(address.sin_port);
-}
-
 class OwnCloud : public ::testing::Test {
 protected:
     // A server installed in a sub-folder, so every address must keep the base URL's path.
     std::string base() const { return server.url("/oc"); }
     void expectError(long code, const std::string& description) const {
-        ASSERT_TRUE(error.has_value()) << "no error, expected " << code;
-        EXPECT_EQ(error->domain(), QMRDataStoreErrorDomain);
-        EXPECT_EQ(error->code(), code);
-        EXPECT_EQ(error->localizedDescription(), description);
+        test_support::expectDataStoreError(error, code, description);
     }
 
     ScriptedHttpServer server;
@@ -177,7 +159,7 @@ TEST_F(OwnCloud, LogoutEndsTheSessionOnlyWhenTheServerAnswered) {
     ASSERT_TRUE(auth);
     EXPECT_NO_THROW(auth->throwExceptionWhenNotLoggedIn());
 
-    auth->setBaseUrl("http://127.0.0.1:" + std::to_string(closedPort()));
+    auth->setBaseUrl("http://127.0.0.1:" + std::to_string(test_support::closedLoopbackPort()));
     auth->close(error);
     expectError(QMRDataStoreErrorServerUnavailable, "Server down or server busy");
     EXPECT_TRUE(error->underlyingError());

@@ -1,11 +1,7 @@
 #include "DataStore/webdav/QMRWebDavDataStore.h"
 
-#include <arpa/inet.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include <chrono>
 #include <string>
@@ -13,9 +9,11 @@
 
 #include "DataStore/DataStore.h"
 #include "companion/util/QMRDateFormat.h"
+#include "tests/support/DataStoreTestSupport.h"
 #include "tests/webdav/WebDavAnswers.h"
 
 using namespace webdav_answers;
+using test_support::writing;
 using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
@@ -46,10 +44,6 @@ QMRFileMetadata record(const std::string& fileId, const std::string& mimeContent
     return metadata;
 }
 
-QMRStreamBlock writing(std::string_view content) {
-    return [content](ComQuillmereIO_Stream& stream) { stream.write(content); };
-}
-
 // "METHOD target" of every request the server got.
 std::vector<std::string> trafficOf(const ScriptedHttpServer& server) {
     std::vector<std::string> lines;
@@ -66,9 +60,7 @@ protected:
         return values;
     }
     void expectError(long code, const std::string& description) const {
-        ASSERT_TRUE(error.has_value()) << "no error, expected " << code;
-        EXPECT_EQ(error->code(), code);
-        EXPECT_EQ(error->localizedDescription(), description);
+        test_support::expectDataStoreError(error, code, description);
     }
 
     ScriptedHttpServer server;
@@ -416,23 +408,11 @@ TEST_F(WebDavDataStore, UnreadableAnswersAreUnknownErrors) {
     EXPECT_EQ(store.applicationExclusiveAccessLockToken(), "");
 }
 
-// A loopback port that nothing listens on any more.
-std::uint16_t closedPort() {
-    int socketFd = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t length = sizeof address;
-    EXPECT_EQ(::bind(socketFd, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
-    EXPECT_EQ(::getsockname(socketFd, reinterpret_cast<sockaddr*>(&address), &length), 0);
-    ::close(socketFd);
-    return ntohs(address.sin_port);
-}
-
 TEST_F(WebDavDataStore, TransportFailuresMeanTheServerIsUnavailable) {
     server.enqueue(ScriptedHttpAnswer::stall());
     store.session().setTimeoutInterval(std::chrono::milliseconds(300));
-    QMRWebDavDataStore unreachable("alice", "secret", "http://127.0.0.1:" + std::to_string(closedPort()));
+    QMRWebDavDataStore unreachable("alice", "secret",
+                                   "http://127.0.0.1:" + std::to_string(test_support::closedLoopbackPort()));
 
     for (auto [target, code] : {std::pair{&store, -1001L}, std::pair{&unreachable, -1004L}}) {
         EXPECT_EQ(target->getStorageSpace(error), std::nullopt);

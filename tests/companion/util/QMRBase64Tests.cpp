@@ -12,12 +12,9 @@ TEST(QMRBase64, EncodesTheRfc4648VectorsWithPadding) {
     EXPECT_EQ(QMRBase64::base64EncodedString(std::string_view("foobar")), "Zm9vYmFy");
 }
 
+// Bytes and text with bytes above 0x7F, as UTF-8 credentials for Basic authentication hold.
 TEST(QMRBase64, UsesTheStandardAlphabetForHighBits) {
     const QMRData bytes{0xFB, 0xFF, 0xBF, 0x00, 0xFF};
     EXPECT_EQ(QMRBase64::base64EncodedString(bytes), "+/+/AP8=");
-}
-
-TEST(QMRBase64, EncodesUtf8CredentialsForBasicAuthentication) {
-    EXPECT_EQ(QMRBase64::base64EncodedString(std::string_view("Aladdin:open sesame")), "QWxhZGRpbjpvcGVuIHNlc2FtZQ==");
     EXPECT_EQ(QMRBase64::base64EncodedString(std::string_view("j\xC3\xBCrgen:p\xC3\xA4ss")), "asO8cmdlbjpww6Rzcw==");
 }

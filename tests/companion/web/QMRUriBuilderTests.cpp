@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include "companion/util/QMRExceptions.h"
-#include "companion/web/QMRUriUtil.h"
 #include "tests/companion/web/FormParsingServer.h"
 
 namespace {
@@ -61,13 +60,6 @@ TEST(QMRUriBuilderPath, RelativeOrEmptyPathStartsAtTheRoot) {
     EXPECT_EQ(builder.toString(), "http://h/");
 }
 
-TEST(QMRUriBuilderQuery, LoginUrlFromABaseUrlWithPort) {
-    QMRUriBuilder builder("http://127.0.0.1:8080");
-    builder.setPath("/sapi/login");
-    builder.setQuery("action=login");
-    EXPECT_EQ(builder.toString(), "http://127.0.0.1:8080/sapi/login?action=login");
-}
-
 TEST(QMRUriBuilderQuery, SetQueryReplacesAndEmptyRemoves) {
     QMRUriBuilder builder("http://h/x?old=1");
     builder.setQuery("new=2");
@@ -97,14 +89,11 @@ TEST(QMRUriBuilderParameters, AppendBehindTheQueryInCallOrder) {
     EXPECT_EQ(noQuery.toString(), "http://h/?b=1&a=2&b=3");
 }
 
-TEST(QMRUriBuilderParameters, NameAndValueAreEscapedAndDecodeBack) {
-    const std::string value = "a b&c=d/\xC3\xA9+%#?";
+// That a server decodes them back is checked on the wire below.
+TEST(QMRUriBuilderParameters, NameAndValueAreEscaped) {
     QMRUriBuilder builder("http://h/");
-    builder.setParamValue(value, "na me&");
-    std::string query = builder.query();
-    EXPECT_EQ(query, "na%20me%26=a%20b%26c%3Dd%2F%C3%A9%2B%25%23%3F");
-    auto separator = query.find('=');
-    EXPECT_EQ(QMRUriUtil::decodeFromPercentEscapeString(query.substr(separator + 1)), value);
+    builder.setParamValue("a b&c=d/\xC3\xA9+%#?", "na me&");
+    EXPECT_EQ(builder.query(), "na%20me%26=a%20b%26c%3Dd%2F%C3%A9%2B%25%23%3F");
 }
 
 TEST(QMRUriBuilderOnTheWire, ServerReadsTheLiteralQueryAndTheParametersBack) {

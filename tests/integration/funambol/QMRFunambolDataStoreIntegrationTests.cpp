@@ -6,11 +6,10 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
-#include <fstream>
 #include <map>
 #include <memory>
 #include <optional>
+#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -19,7 +18,8 @@
 #include "DataStore/funambol/QMRFunambolDataStore.h"
 #include "DataStore/funambol/QMRFunambolFileMetadata.h"
 #include "companion/util/QMRDateFormat.h"
-#include "companion/web/QMRUrlConnection.h"
+#include "tests/support/DataStoreTestSupport.h"
+#include "tests/support/ServerState.h"
 
 using ::testing::ElementsAre;
 using ::testing::ElementsAreArray;
@@ -46,17 +46,10 @@ std::vector<std::pair<std::string, int>> changeList(const QMREnumerablePtr<QMRCh
 class FakeFunambol : public ::testing::Test {
 protected:
     void SetUp() override {
-        const char* stateFile = std::getenv("QMR_FUNAMBOL_STATE_FILE");
-        ASSERT_NE(stateFile, nullptr) << "run through ctest: the funambol_server fixture names the server";
-        _stateFile = stateFile;
-        std::ifstream lines(_stateFile);
-        for (std::string line; std::getline(lines, line);)
-            if (auto equals = line.find('='); equals != std::string::npos)
-                _state[line.substr(0, equals)] = line.substr(equals + 1);
-        ASSERT_FALSE(_state["url"].empty()) << "no url in " << _stateFile;
+        ASSERT_NO_FATAL_FAILURE(_state.load("QMR_FUNAMBOL_STATE_FILE"));
         control("/test/reset");
         setQuota(defaultQuota);
-        store = QMRFunambolDataStore::initWithUsername(_state["user"], _state["password"], _state["url"], error);
+        store = QMRFunambolDataStore::initWithUsername(user(), password(), _state["url"], error);
         ASSERT_TRUE(store) << error->description();
         ASSERT_FALSE(error);
     }
@@ -70,15 +63,7 @@ protected:
     }
 
     // The server's test-only controls, outside the REST interface.
-    void control(const std::string& target) {
-        QMRUrlRequest request(_state.at("url") + target);
-        request.setHTTPMethod("POST");
-        QMRHttpUrlResponse response;
-        QMRErrorSlot failure;
-        QMRUrlConnection::sendSynchronousRequest(request, response, failure);
-        ASSERT_FALSE(failure) << failure->description();
-        ASSERT_EQ(response.statusCode(), 200) << target;
-    }
+    void control(const std::string& target) { _state.control(target); }
     void setQuota(std::int64_t bytes) { control("/test/quota?bytes=" + std::to_string(bytes)); }
 
     static QMRFileMetadata describe(const std::string& name, const std::string& mimeType, std::int64_t size) {
@@ -98,14 +83,7 @@ protected:
         return metadata.fileId();
     }
 
-    std::string content(const std::string& fileId) {
-        std::string text;
-        store->openFileForReading(fileId, error, [&text](ComQuillmereIO_Stream& stream) {
-            QMRData data = stream.readDataFromCurrentToEnd();
-            text.assign(data.begin(), data.end());
-        });
-        return text;
-    }
+    std::string content(const std::string& fileId) { return test_support::contentOf(*store, fileId, error); }
 
     // The server's record of one file, or null with the error in the slot.
     std::shared_ptr<QMRFunambolFileMetadata> record(const std::string& fileId) {
@@ -125,21 +103,20 @@ protected:
     // The listing requests the server has logged so far ("GET /sapi/media/TYPE?..."), in order.
     std::vector<std::string> loggedListingRequests() const {
         std::vector<std::string> requests;
-        std::ifstream log(_state.at("root") + "/server.log");
+        std::istringstream log(_state.log());
         for (std::string line; std::getline(log, line);)
             if (line.starts_with("GET /sapi/media/")) requests.push_back(line);
         return requests;
     }
 
-    const std::string& user() const { return _state.at("user"); }
-    const std::string& password() const { return _state.at("password"); }
+    const std::string& user() const { return _state["user"]; }
+    const std::string& password() const { return _state["password"]; }
 
     std::shared_ptr<QMRFunambolDataStore> store;
     QMRErrorSlot error;
 
 private:
-    std::string _stateFile;
-    std::map<std::string, std::string> _state;
+    ServerState _state;
 };
 
 TEST_F(FakeFunambol, EachMimeTypeLandsInItsCollectionWithItsMetadataAndContent) {

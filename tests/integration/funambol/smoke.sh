@@ -8,41 +8,10 @@
 set -euo pipefail
 
 state_file=${1:?usage: smoke.sh STATEFILE}
-value() { sed -n "s/^$1=//p" "$state_file"; }
-url=$(value url)
-user=$(value user)
-password=$(value password)
-scripts=$(value scripts)
-
-work=$(mktemp -d)
-trap 'rm -rf -- "$work"' EXIT
+source "$(dirname "$0")/../lib.sh"
+load_state
 jar=$work/cookies
-failures=0
-
-# request NAME METHOD TARGET [curl args...]: answer in $work/NAME.{status,headers,body}, with the session
-request() {
-    local name=$1 method=$2 target=$3
-    shift 3
-    curl -s -X "$method" -b "$jar" -c "$jar" -D "$work/$name.headers" -o "$work/$name.body" \
-        -w '%{http_code}' "$@" "$url$target" >"$work/$name.status"
-}
-status() { cat "$work/$1.status"; }
-body() { cat "$work/$1.body"; }
-header() { sed -n "s/^$2: *//Ip" "$work/$1.headers" | tr -d '\r'; }
-
-check() { # check DESCRIPTION COMMAND...
-    local description=$1
-    shift
-    if "$@"; then
-        echo "ok   $description"
-    else
-        echo "FAIL $description" >&2
-        failures=$((failures + 1))
-    fi
-}
-equals() { [[ $1 == "$2" ]] || { echo "     expected [$2], got [$1]" >&2; return 1; }; }
-contains() { [[ $1 == *"$2"* ]] || { echo "     [$2] not in: $1" >&2; return 1; }; }
-lacks() { [[ $1 != *"$2"* ]] || { echo "     unexpected [$2] in: $1" >&2; return 1; }; }
+request_options=(-b "$jar" -c "$jar")
 json_type='Content-Type: application/json; charset=UTF-8'
 
 "$scripts/reset" "$state_file"
@@ -132,7 +101,4 @@ check "after logout the session is gone" equals "$(status after)" 401
 
 "$scripts/set-quota" "$state_file" 104857600
 "$scripts/reset" "$state_file"
-if ((failures > 0)); then
-    echo "$failures check(s) failed" >&2
-    exit 1
-fi
+finish

@@ -6,8 +6,6 @@
 
 #include <chrono>
 #include <cstdint>
-#include <cstdlib>
-#include <fstream>
 #include <map>
 #include <memory>
 #include <optional>
@@ -32,6 +30,7 @@
 #include "DataStore/owncloud/QMROcReadStorageQuotaInfoRequestv4_5_7.h"
 #include "DataStore/owncloud/QMROcReadStorageQuotaInfoRequestv5_0_6.h"
 #include "companion/web/QMRUrlConnection.h"
+#include "tests/support/ServerState.h"
 
 using ::testing::Contains;
 using ::testing::ContainsRegex;
@@ -76,14 +75,7 @@ Row folderRow(std::string path, std::int64_t size, std::int64_t mtime) {
 class FakeOwnCloud : public ::testing::TestWithParam<std::string> {
 protected:
     void SetUp() override {
-        const std::string variable = v4() ? "QMR_OWNCLOUD_4_5_7_STATE_FILE" : "QMR_OWNCLOUD_5_0_6_STATE_FILE";
-        const char* stateFile = std::getenv(variable.c_str());
-        ASSERT_NE(stateFile, nullptr) << "run through ctest: the owncloud fixtures name the servers in " << variable;
-        std::ifstream lines(stateFile);
-        for (std::string line; std::getline(lines, line);)
-            if (auto equals = line.find('='); equals != std::string::npos)
-                _state[line.substr(0, equals)] = line.substr(equals + 1);
-        ASSERT_FALSE(_state["url"].empty()) << "no url in " << stateFile;
+        ASSERT_NO_FATAL_FAILURE(_state.load(v4() ? "QMR_OWNCLOUD_4_5_7_STATE_FILE" : "QMR_OWNCLOUD_5_0_6_STATE_FILE"));
         ASSERT_EQ(_state["release"], GetParam());
         control("/test/reset");
         control("/test/end-sessions");
@@ -102,9 +94,9 @@ protected:
     }
 
     bool v4() const { return GetParam() == "4.5.7"; }
-    const std::string& url() const { return _state.at("url"); }
-    const std::string& user() const { return _state.at("user"); }
-    const std::string& password() const { return _state.at("password"); }
+    const std::string& url() const { return _state["url"]; }
+    const std::string& user() const { return _state["user"]; }
+    const std::string& password() const { return _state["password"]; }
 
     std::shared_ptr<QMROcAuthenticatorv4_5_7> logIn(const std::string& password) {
         if (v4()) return QMROcAuthenticatorv4_5_7::initWithUrl(url(), "4.5.7", user(), password, error);
@@ -113,15 +105,7 @@ protected:
 
     // The server's test-only controls; the answer's body.
     std::string control(const std::string& target, const std::string& body = "") {
-        QMRUrlRequest request(url() + target);
-        request.setHTTPMethod("POST");
-        request.setHTTPBody(QMRData(body.begin(), body.end()));
-        QMRHttpUrlResponse response;
-        QMRErrorSlot failure;
-        const std::optional<QMRData> answer = QMRUrlConnection::sendSynchronousRequest(request, response, failure);
-        EXPECT_FALSE(failure) << failure->description();
-        EXPECT_EQ(response.statusCode(), 200) << target;
-        return answer ? std::string(answer->begin(), answer->end()) : "";
+        return _state.control(target, body);
     }
     // Adds a file or folder straight into the server's state; its server id.
     std::string put(const std::string& escapedPath, std::int64_t mtime, const std::string& content,
@@ -191,16 +175,13 @@ protected:
     }
 
     // The requests the server has logged so far, one line each ("GET /path?query -> 200").
-    std::string serverLog() const {
-        std::ifstream log(_state.at("root") + "/server.log");
-        return std::string(std::istreambuf_iterator<char>(log), {});
-    }
+    std::string serverLog() const { return _state.log(); }
 
     std::shared_ptr<QMROcAuthenticatorv4_5_7> auth;
     QMRErrorSlot error;
 
 private:
-    std::map<std::string, std::string> _state;
+    ServerState _state;
 };
 
 TEST_P(FakeOwnCloud, TheStatusPageNamesTheRelease) {

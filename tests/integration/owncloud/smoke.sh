@@ -11,45 +11,14 @@
 set -euo pipefail
 
 state_file=${1:?usage: smoke.sh STATEFILE}
-value() { sed -n "s/^$1=//p" "$state_file"; }
-url=$(value url)
+source "$(dirname "$0")/../lib.sh"
+load_state
 release=$(value release)
-user=$(value user)
-password=$(value password)
-scripts=$(value scripts)
-
-work=$(mktemp -d)
-trap 'rm -rf -- "$work"' EXIT
 jar=$work/cookies
-failures=0
-
-# request NAME METHOD TARGET [curl args...]: answer in $work/NAME.{status,headers,body}, with the session
-request() {
-    local name=$1 method=$2 target=$3
-    shift 3
-    curl -s -X "$method" -b "$jar" -c "$jar" -D "$work/$name.headers" -o "$work/$name.body" \
-        -w '%{http_code}' "$@" "$url$target" >"$work/$name.status"
-}
+request_options=(-b "$jar" -c "$jar")
+check_prefix="$release "
 english() { request "$@" -H 'Accept-Language: en-US,en;q=0.8'; }
-status() { cat "$work/$1.status"; }
-body() { cat "$work/$1.body"; }
-header() { sed -n "s/^$2: *//Ip" "$work/$1.headers" | tr -d '\r'; }
 control() { curl -sS --fail -X POST "$@"; }
-
-check() { # check DESCRIPTION COMMAND...
-    local description=$1
-    shift
-    if "$@"; then
-        echo "ok   $release $description"
-    else
-        echo "FAIL $release $description" >&2
-        failures=$((failures + 1))
-    fi
-}
-equals() { [[ $1 == "$2" ]] || { echo "     expected [$2], got [$1]" >&2; return 1; }; }
-contains() { [[ $1 == *"$2"* ]] || { echo "     [$2] not in: $1" >&2; return 1; }; }
-lacks() { [[ $1 != *"$2"* ]] || { echo "     unexpected [$2] in: $1" >&2; return 1; }; }
-matches() { grep -Eq -- "$2" <<<"$1" || { echo "     no line matching [$2] in: $1" >&2; return 1; }; }
 
 if [[ $release == 4.5.7 ]]; then
     login_path=/ files_path='/?app=files' ajax='/?app=files&getfile=ajax/' personal=/settings/personal.php
@@ -194,7 +163,4 @@ else
 fi
 
 "$scripts/reset" "$state_file"
-if ((failures > 0)); then
-    echo "$failures check(s) failed" >&2
-    exit 1
-fi
+finish

@@ -4,8 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <cstdlib>
-#include <fstream>
 #include <map>
 #include <memory>
 #include <optional>
@@ -16,6 +14,8 @@
 #include "DataStore/webdav/QMRWebDavDataStore.h"
 #include "DataStore/webdav/QMRWebDavTransceiver.h"
 #include "companion/util/QMRDateFormat.h"
+#include "tests/support/DataStoreTestSupport.h"
+#include "tests/support/ServerState.h"
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
@@ -27,27 +27,17 @@ namespace {
 class SabreDav : public ::testing::Test {
 protected:
     void SetUp() override {
-        const char* stateFile = std::getenv("QMR_WEBDAV_STATE_FILE");
-        ASSERT_NE(stateFile, nullptr) << "run through ctest: the webdav_server fixture names the server";
-        _stateFile = stateFile;
-        std::ifstream lines(_stateFile);
-        for (std::string line; std::getline(lines, line);)
-            if (auto equals = line.find('='); equals != std::string::npos)
-                _state[line.substr(0, equals)] = line.substr(equals + 1);
-        ASSERT_FALSE(_state["url"].empty()) << "no url in " << _stateFile;
-        runScript("reset");
+        ASSERT_NO_FATAL_FAILURE(_state.load("QMR_WEBDAV_STATE_FILE"));
+        ASSERT_NO_FATAL_FAILURE(runScript("reset"));
         store = std::make_unique<QMRWebDavDataStore>(_state["user"], _state["password"], _state["url"]);
     }
 
-    void runScript(const std::string& name, const std::string& arguments = {}) {
-        const std::string command = "'" + _state["scripts"] + "/" + name + "' '" + _stateFile + "' " + arguments;
-        ASSERT_EQ(std::system(command.c_str()), 0) << command;
-    }
+    void runScript(const std::string& name, const std::string& arguments = {}) { _state.runScript(name, arguments); }
 
     // Another store of the same account; with another password when given one.
     std::unique_ptr<QMRWebDavDataStore> otherStore(std::optional<std::string> password = std::nullopt) const {
-        return std::make_unique<QMRWebDavDataStore>(_state.at("user"), password.value_or(_state.at("password")),
-                                                    _state.at("url"));
+        return std::make_unique<QMRWebDavDataStore>(_state["user"], password.value_or(_state["password"]),
+                                                    _state["url"]);
     }
 
     // Creates a file and returns its id; an error stays in the slot for the caller to see.
@@ -61,14 +51,7 @@ protected:
         return metadata.fileId();
     }
 
-    std::string content(const std::string& fileId) {
-        std::string text;
-        store->openFileForReading(fileId, error, [&text](ComQuillmereIO_Stream& stream) {
-            QMRData data = stream.readDataFromCurrentToEnd();
-            text.assign(data.begin(), data.end());
-        });
-        return text;
-    }
+    std::string content(const std::string& fileId) { return test_support::contentOf(*store, fileId, error); }
 
     // What the server holds for the file, whatever its change state.
     std::string storedContent(const std::string& fileId) {
@@ -121,8 +104,7 @@ protected:
     QMRErrorSlot error;
 
 private:
-    std::string _stateFile;
-    std::map<std::string, std::string> _state;
+    ServerState _state;
 };
 
 TEST_F(SabreDav, AFileLivesFromCreationToAnEmptyTombstone) {

@@ -8,44 +8,13 @@
 set -euo pipefail
 
 state_file=${1:?usage: smoke.sh STATEFILE}
-value() { sed -n "s/^$1=//p" "$state_file"; }
-url=$(value url)
-user=$(value user)
-password=$(value password)
-scripts=$(value scripts)
+source "$(dirname "$0")/../lib.sh"
+load_state
+request_options=(-u "$user:$password")
 ns=http://ns.quillmere.com/datastore/
 xml_type='Content-Type: application/xml; charset="utf-8"'
 file_id=0123456789abcdef0123456789abcdef
 other_id=fedcba9876543210fedcba9876543210
-
-work=$(mktemp -d)
-trap 'rm -rf -- "$work"' EXIT
-failures=0
-
-# request NAME METHOD PATH [curl args...]: answer in $work/NAME.{status,headers,body}
-request() {
-    local name=$1 method=$2 path=$3
-    shift 3
-    curl -s -X "$method" -u "$user:$password" -D "$work/$name.headers" -o "$work/$name.body" \
-        -w '%{http_code}' "$@" "$url$path" >"$work/$name.status"
-}
-status() { cat "$work/$1.status"; }
-body() { cat "$work/$1.body"; }
-header() { sed -n "s/^$2: *//Ip" "$work/$1.headers" | tr -d '\r'; }
-
-check() { # check DESCRIPTION COMMAND...
-    local description=$1
-    shift
-    if "$@"; then
-        echo "ok   $description"
-    else
-        echo "FAIL $description" >&2
-        failures=$((failures + 1))
-    fi
-}
-equals() { [[ $1 == "$2" ]] || { echo "     expected [$2], got [$1]" >&2; return 1; }; }
-contains() { [[ $1 == *"$2"* ]] || { echo "     [$2] not in: $1" >&2; return 1; }; }
-lacks() { [[ $1 != *"$2"* ]] || { echo "     unexpected [$2] in: $1" >&2; return 1; }; }
 
 "$scripts/reset" "$state_file"
 
@@ -145,8 +114,7 @@ request put_unlocked PUT "/data/$file_id" -H 'Content-Type: binary/octet-stream'
 check "PUT without If after UNLOCK answers 204" equals "$(status put_unlocked)" 204
 
 # --- authentication and hygiene ----------------------------------------------
-curl -s -X PROPFIND -u "$user:wrong-$password" -D "$work/denied.headers" -o "$work/denied.body" \
-    -w '%{http_code}' "$url/data" >"$work/denied.status"
+request denied PROPFIND /data -u "$user:wrong-$password"  # the last -u wins
 check "a wrong password answers 401" equals "$(status denied)" 401
 check "the 401 carries a Basic challenge" contains "$(header denied WWW-Authenticate)" 'Basic realm='
 curl -s -X PROPFIND -o /dev/null -w '%{http_code}' "$url/data" >"$work/anonymous.status"
@@ -155,7 +123,4 @@ check "no credentials answers 401" equals "$(status anonymous)" 401
 diagnostics=$(cat "$work"/*.body | grep -ciE "(deprecated|warning|notice|fatal error)( |:)" || true)
 check "PHP diagnostics never reach a body" equals "$diagnostics" 0
 
-if ((failures)); then
-    echo "$failures check(s) failed" >&2
-    exit 1
-fi
+finish

@@ -51,7 +51,7 @@ QMRData QMROcCreateNewFolderRequestv4_5_7::constructNewFolderRequestBody() const
 
 void QMROcCreateNewFolderRequestv4_5_7::validateCreateNewFolderResponseBody(const QMRData& body,
                                                                             QMRErrorSlot& error) const {
-    const std::string text = textOf(body);
+    const std::string_view text = textOf(body);
     const std::string lower = lowercased(text);
     if (lower.find("\"status\":\"success\"") != std::string::npos && lower.find("\"id\":") != std::string::npos) return;
     error = expiredOrUnrecognizedResponse(text);
@@ -62,7 +62,7 @@ std::optional<std::string> QMROcCreateNewFolderRequestv4_5_7::extractId(const QM
     // Greedy: the id runs to the last quote before "},"status"; deliberate.
     static const QMRRegularExpression idPattern("\"id\":\"(.+)\"\\},\"status\"",
                                                 QMRRegularExpressionOptions::CaseInsensitive);
-    const std::string text = textOf(body);
+    const std::string_view text = textOf(body);
     std::optional<QMRRegularExpressionMatch> match;
     try {
         match = idPattern.firstMatchInString(text);

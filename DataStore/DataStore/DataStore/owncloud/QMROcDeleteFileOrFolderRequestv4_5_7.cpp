@@ -50,6 +50,6 @@ QMRData QMROcDeleteFileOrFolderRequestv4_5_7::constructDeleteFileOrFolderRequest
 
 void QMROcDeleteFileOrFolderRequestv4_5_7::validateResponseBody(const QMRData& body, QMRErrorSlot& error) const {
     // Only this one failure mark is looked for; any other answer counts as success, deliberately.
-    const std::string text = textOf(body);
+    const std::string_view text = textOf(body);
     if (lowercased(text).find("\"files\":null") != std::string::npos) error = unrecognizedResponse(text);
 }

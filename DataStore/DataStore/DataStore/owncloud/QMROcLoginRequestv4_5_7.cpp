@@ -43,7 +43,7 @@ void QMROcLoginRequestv4_5_7::validateRetrieveCookieResponseBody(const QMRData& 
     static const QMRRegularExpression loginFormShownAgain(
         "^.*Lost your password?.*$",
         QMRRegularExpressionOptions::CaseInsensitive | QMRRegularExpressionOptions::AnchorsMatchLines);
-    const std::string text = textOf(body);
+    const std::string_view text = textOf(body);
     try {
         if (loginFormShownAgain.firstMatchInString(text))
             error = createError("Either login name or password is invalid", QMRDataStoreErrorAuthentication);
@@ -73,7 +73,7 @@ std::optional<std::string> QMROcLoginRequestv4_5_7::extractRequestTokenWithPatte
                                                                                    QMRErrorSlot& error) {
     const QMRRegularExpression tokenPattern(
         pattern, QMRRegularExpressionOptions::CaseInsensitive | QMRRegularExpressionOptions::AnchorsMatchLines);
-    const std::string text = textOf(body);
+    const std::string_view text = textOf(body);
     std::optional<QMRRegularExpressionMatch> match;
     try {
         match = tokenPattern.firstMatchInString(text);

@@ -70,7 +70,7 @@ std::string QMROcReadFolderContentRequestv4_5_7::constructReadFolderContentReqUr
 
 void QMROcReadFolderContentRequestv4_5_7::validateResponseBody(const QMRData& body, QMRErrorSlot& error) const {
     if (_folderPath == "/") return;
-    const std::string text = textOf(body);
+    const std::string_view text = textOf(body);
     if (lowercased(text).find(expectedBreadcrumbLink()) != std::string::npos) return;
     error = expiredOrUnrecognizedResponse(text);
 }
@@ -96,7 +96,7 @@ std::optional<QMRDate> QMROcReadFolderContentRequestv4_5_7::toModificationDate(s
 
 std::optional<QMROcReadFolderContentResponsev4_5_7::MetadataList> QMROcReadFolderContentRequestv4_5_7::extractMetadatas(
     const QMRData& body, QMRErrorSlot& error) const {
-    const std::string text = textOf(body);
+    const std::string_view text = textOf(body);
     const RowPatterns patterns = rowPatterns();
     QMROcReadFolderContentResponsev4_5_7::MetadataList metadatas;
     try {

@@ -59,7 +59,7 @@ std::optional<QMRStorageSpaceInfo> QMROcReadStorageQuotaInfoRequestv4_5_7::extra
 
 std::optional<QMRStorageSpaceInfo> QMROcReadStorageQuotaInfoRequestv4_5_7::extractStorageQuotaInfoWithPattern(
     const QMRRegularExpression& pattern, const QMRData& body, QMRErrorSlot& error) {
-    const std::string text = textOf(body);
+    const std::string_view text = textOf(body);
     std::optional<QMRRegularExpressionMatch> match;
     try {
         match = pattern.firstMatchInString(text);

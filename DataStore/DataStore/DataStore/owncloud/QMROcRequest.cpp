@@ -39,8 +39,8 @@ void QMROcRequest::validateResponseCode(long statusCode, QMRErrorSlot& error) co
     }
 }
 
-std::string QMROcRequest::textOf(const QMRData& body) {
-    return std::string(body.begin(), body.end());
+std::string_view QMROcRequest::textOf(const QMRData& body) {
+    return std::string_view(reinterpret_cast<const char*>(body.data()), body.size());
 }
 
 std::string QMROcRequest::lowercased(std::string_view text) {
@@ -95,11 +95,11 @@ QMRData QMROcRequest::formBody(const std::vector<FormField>& fields) {
     return QMRData(text.begin(), text.end());
 }
 
-QMRError QMROcRequest::unrecognizedResponse(const std::string& body) {
+QMRError QMROcRequest::unrecognizedResponse(std::string_view body) {
     return createError(fmt::format("Unrecognized response: {}", body), QMRDataStoreErrorUnknown);
 }
 
-QMRError QMROcRequest::expiredOrUnrecognizedResponse(const std::string& body) {
+QMRError QMROcRequest::expiredOrUnrecognizedResponse(std::string_view body) {
     if (lowercased(body).find("token expired. please reload page") != std::string::npos)
         return createError("Unauthorized", QMRDataStoreErrorAuthentication);
     return unrecognizedResponse(body);

@@ -39,8 +39,9 @@ public:
     // else 101 "Unknown error - Response code <code>". Classes with other rules override it.
     virtual void validateResponseCode(long statusCode, QMRErrorSlot& error) const;
 
-    // UTF-8 text of a body, and its ASCII lower-case form (the texts searched for are ASCII).
-    static std::string textOf(const QMRData& body);
+    // The UTF-8 text of a body (a view: no copy of large pages), and its ASCII lower-case form (the
+    // texts searched for are ASCII).
+    static std::string_view textOf(const QMRData& body);
     static std::string lowercased(std::string_view text);
 
 protected:
@@ -64,10 +65,10 @@ protected:
     static QMRData formBody(const std::vector<FormField>& fields);
 
     // 101 "Unrecognized response: <body>".
-    static QMRError unrecognizedResponse(const std::string& body);
+    static QMRError unrecognizedResponse(std::string_view body);
     // The error for a page or ajax answer that is not the expected one: 102 "Unauthorized" when
     // the session's token expired, otherwise unrecognizedResponse.
-    static QMRError expiredOrUnrecognizedResponse(const std::string& body);
+    static QMRError expiredOrUnrecognizedResponse(std::string_view body);
 
 private:
     QMRUrlSession* _session;

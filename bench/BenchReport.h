@@ -1,0 +1,41 @@
+#pragma once
+// What every benchmark program reports the same way: the console table trimmed to medians and
+// spreads, the per-repetition seconds kept for a closing summary, and the figures' formatting.
+#include <benchmark/benchmark.h>
+
+#include <cstddef>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace bench_report {
+
+// Shows the median and the coefficient of variation of each benchmark, and keeps the seconds per
+// iteration of every repetition for the summary.
+class SummaryReporter : public benchmark::ConsoleReporter {
+public:
+    // Colours only on a terminal: a log or a pipe gets plain text.
+    SummaryReporter();
+
+    void ReportRuns(const std::vector<Run>& runs) override;
+
+    // Median seconds per iteration, or nothing when the benchmark did not run.
+    std::optional<double> seconds(const std::string& benchmark) const;
+
+private:
+    std::map<std::string, std::vector<double>> _seconds;
+};
+
+// Wall time in milliseconds, repeated so that the summary can take a median.
+benchmark::internal::Benchmark* timed(benchmark::internal::Benchmark* benchmark, int repetitions,
+                                      double minSecondsPerRepetition);
+
+// "12.3 ms", or "n/a" for a benchmark that did not run.
+std::string milliseconds(std::optional<double> seconds);
+
+// "1234 <unit>" for items per second, or "n/a".
+std::string rate(std::optional<double> seconds, std::size_t items, std::string_view unit);
+
+}  // namespace bench_report
