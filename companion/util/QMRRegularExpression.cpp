@@ -41,19 +41,71 @@ struct CompileContextDeleter {
     void operator()(pcre2_compile_context* context) const { pcre2_compile_context_free(context); }
 };
 
-// Repeated searches over one subject. The first search validates the whole subject as UTF-8; later
-// ones skip the check, which would otherwise rescan the subject each time and make a walk over
-// all matches quadratic.
+[[noreturn]] void failSearch(int errorCode, pcre2_match_data* matchData) {
+    std::string what = fmt::format("Regular expression search failed: {}", pcre2Message(errorCode));
+    if (errorCode <= PCRE2_ERROR_UTF8_ERR1 && errorCode >= PCRE2_ERROR_UTF8_ERR21)
+        what += fmt::format(" at byte {} of the searched text", pcre2_get_startchar(matchData));
+    throw QMRRegularExpressionMatchException(what, errorCode);
+}
+
+// Match data and context for one search. Creating them costs more than a short search itself, so
+// each thread keeps a few for reuse; a list, as a block called during a walk may search again.
+struct MatchScratch {
+    std::unique_ptr<pcre2_match_data, MatchDataDeleter> data;
+    std::uint32_t pairs = 0;
+    std::unique_ptr<pcre2_match_context, MatchContextDeleter> context;
+};
+
+class MatchScratchPool {
+public:
+    std::unique_ptr<MatchScratch> acquire(std::uint32_t pairs) {
+        std::unique_ptr<MatchScratch> scratch;
+        if (_free.empty()) {
+            scratch = std::make_unique<MatchScratch>();
+            scratch->context.reset(pcre2_match_context_create(nullptr));
+            if (!scratch->context) throw std::bad_alloc();
+            pcre2_set_heap_limit(scratch->context.get(), kHeapLimitKibibytes);
+        } else {
+            scratch = std::move(_free.back());
+            _free.pop_back();
+        }
+        if (scratch->pairs < pairs) {
+            scratch->data.reset(pcre2_match_data_create(pairs, nullptr));
+            if (!scratch->data) throw std::bad_alloc();
+            scratch->pairs = pairs;
+        }
+        return scratch;
+    }
+
+    void release(std::unique_ptr<MatchScratch> scratch) noexcept {
+        if (_free.size() >= kKept) return;
+        try {
+            _free.push_back(std::move(scratch));
+        } catch (const std::bad_alloc&) {  // the scratch is freed instead
+        }
+    }
+
+private:
+    static constexpr std::size_t kKept = 8;
+    std::vector<std::unique_ptr<MatchScratch>> _free;
+};
+
+thread_local MatchScratchPool scratchPool;
+
+// Repeated searches over one subject. Unless the subject is known to be valid UTF-8, the first
+// search checks it whole; later ones skip the check, which would otherwise rescan the subject each
+// time and make a walk over all matches quadratic.
 class SubjectMatcher {
 public:
-    SubjectMatcher(const pcre2_code* code, std::string_view subject)
-        : _code(code),
-          _subject(subject),
-          _matchData(pcre2_match_data_create_from_pattern(code, nullptr)),
-          _context(pcre2_match_context_create(nullptr)) {
-        if (!_matchData || !_context) throw std::bad_alloc();
-        pcre2_set_heap_limit(_context.get(), kHeapLimitKibibytes);
+    SubjectMatcher(const pcre2_code* code, std::uint32_t pairs, std::string_view subject, bool validated)
+        : _code(code), _pairs(pairs), _subject(subject), _scratch(scratchPool.acquire(pairs)), _validated(validated) {}
+    ~SubjectMatcher() {
+        // The context goes back to the pool: it must not keep the stack freed with this matcher.
+        if (_largeStack) pcre2_jit_stack_assign(_scratch->context.get(), nullptr, nullptr);
+        scratchPool.release(std::move(_scratch));
     }
+    SubjectMatcher(const SubjectMatcher&) = delete;
+    SubjectMatcher& operator=(const SubjectMatcher&) = delete;
 
     // True for a match, false for none; throws when the search cannot be completed.
     bool matchAt(PCRE2_SIZE offset, std::uint32_t options) {
@@ -62,7 +114,7 @@ public:
         if (result == PCRE2_ERROR_JIT_STACKLIMIT && !_largeStack) {
             _largeStack.reset(pcre2_jit_stack_create(kLargeJitStackStartBytes, kLargeJitStackMaxBytes, nullptr));
             if (_largeStack) {
-                pcre2_jit_stack_assign(_context.get(), nullptr, _largeStack.get());
+                pcre2_jit_stack_assign(_scratch->context.get(), nullptr, _largeStack.get());
                 result = run(offset, options);
             }
         }
@@ -70,23 +122,23 @@ public:
             _validated = true;
             return false;
         }
-        if (result <= 0) fail(result);
+        if (result <= 0) failSearch(result, _scratch->data.get());
         _validated = true;
-        const PCRE2_SIZE* ovector = pcre2_get_ovector_pointer(_matchData.get());
+        const PCRE2_SIZE* ovector = pcre2_get_ovector_pointer(_scratch->data.get());
         // Only \K inside a look-around could put the start after the end; PCRE2 refuses that by default.
-        if (ovector[0] > ovector[1]) fail(PCRE2_ERROR_BADOFFSET);
+        if (ovector[0] > ovector[1]) failSearch(PCRE2_ERROR_BADOFFSET, _scratch->data.get());
         return true;
     }
 
-    PCRE2_SIZE matchStart() const { return pcre2_get_ovector_pointer(_matchData.get())[0]; }
-    PCRE2_SIZE matchEnd() const { return pcre2_get_ovector_pointer(_matchData.get())[1]; }
+    PCRE2_SIZE matchStart() const { return pcre2_get_ovector_pointer(_scratch->data.get())[0]; }
+    PCRE2_SIZE matchEnd() const { return pcre2_get_ovector_pointer(_scratch->data.get())[1]; }
 
     // The last match with ranges moved by base (where the subject starts in the caller's text).
     QMRRegularExpressionMatch match(std::size_t base) const {
-        const PCRE2_SIZE* ovector = pcre2_get_ovector_pointer(_matchData.get());
-        const std::uint32_t pairs = pcre2_get_ovector_count(_matchData.get());
-        std::vector<QMRTextRange> ranges(pairs);
-        for (std::uint32_t i = 0; i < pairs; ++i) {
+        const PCRE2_SIZE* ovector = pcre2_get_ovector_pointer(_scratch->data.get());
+        // The pooled match data may hold more pairs than the pattern has groups: read only the pattern's.
+        std::vector<QMRTextRange> ranges(_pairs);
+        for (std::uint32_t i = 0; i < _pairs; ++i) {
             const PCRE2_SIZE start = ovector[2 * i];
             const PCRE2_SIZE end = ovector[2 * i + 1];
             if (start != PCRE2_UNSET && end >= start) ranges[i] = QMRTextRange{base + start, end - start};
@@ -97,22 +149,15 @@ public:
 private:
     int run(PCRE2_SIZE offset, std::uint32_t options) {
         return pcre2_match(_code, reinterpret_cast<PCRE2_SPTR>(_subject.data()), _subject.size(), offset, options,
-                           _matchData.get(), _context.get());
-    }
-
-    [[noreturn]] void fail(int errorCode) const {
-        std::string what = fmt::format("Regular expression search failed: {}", pcre2Message(errorCode));
-        if (errorCode <= PCRE2_ERROR_UTF8_ERR1 && errorCode >= PCRE2_ERROR_UTF8_ERR21)
-            what += fmt::format(" at byte {} of the searched text", pcre2_get_startchar(_matchData.get()));
-        throw QMRRegularExpressionMatchException(what, errorCode);
+                           _scratch->data.get(), _scratch->context.get());
     }
 
     const pcre2_code* _code;
+    std::uint32_t _pairs;
     std::string_view _subject;
-    std::unique_ptr<pcre2_match_data, MatchDataDeleter> _matchData;
-    std::unique_ptr<pcre2_match_context, MatchContextDeleter> _context;
+    std::unique_ptr<MatchScratch> _scratch;
     std::unique_ptr<pcre2_jit_stack, JitStackDeleter> _largeStack;
-    bool _validated = false;
+    bool _validated;
 };
 
 // The offset of the character after the one at offset; a CRLF counts as one character, as it is
@@ -135,7 +180,45 @@ std::string_view subjectWithin(std::string_view text, QMRTextRange range) {
 QMRTextRange wholeOf(std::string_view text) {
     return QMRTextRange{0, text.size()};
 }
+
+bool isCharacterBound(std::string_view text, std::size_t offset) {
+    return offset >= text.size() || (static_cast<unsigned char>(text[offset]) & 0xC0) != 0x80;
+}
+
+// Matches in subject order, never overlapping; visit(matcher) returns false to stop. After an
+// empty match, first look for a non-empty one at the same place (as Perl does), then go on one
+// character further, so the walk always ends.
+template <class Visit>
+void walkMatches(const pcre2_code* code, std::uint32_t pairs, std::string_view subject, bool validated, Visit visit) {
+    SubjectMatcher matcher(code, pairs, subject, validated);
+    PCRE2_SIZE offset = 0;
+    std::uint32_t options = 0;
+    for (;;) {
+        if (!matcher.matchAt(offset, options)) {
+            if (options == 0) return;
+            offset = nextCharacterOffset(subject, offset);
+            options = 0;
+            continue;
+        }
+        if (!visit(std::as_const(matcher))) return;
+        const PCRE2_SIZE end = matcher.matchEnd();
+        if (matcher.matchStart() == end) {
+            if (end == subject.size()) return;
+            options = PCRE2_NOTEMPTY_ATSTART | PCRE2_ANCHORED;
+        } else {
+            options = 0;
+        }
+        offset = end;
+    }
+}
 }  // namespace
+
+QMRUtf8Text QMRUtf8Text::validated(std::string_view text) {
+    // A search checks its whole text first; the empty pattern then matches at once.
+    static const QMRRegularExpression empty("");
+    empty.firstMatchInString(text);
+    return QMRUtf8Text(text);
+}
 
 class QMRRegularExpression::CompiledPattern {
 public:
@@ -181,57 +264,71 @@ QMRRegularExpression::QMRRegularExpression(std::string_view pattern, QMRRegularE
     _captureGroupCount = captureCount;
 }
 
+std::uint32_t QMRRegularExpression::pairCount() const {
+    return static_cast<std::uint32_t>(_captureGroupCount) + 1;
+}
+
+void QMRRegularExpression::enumerate(std::string_view text, QMRTextRange range, bool validated,
+                                     const MatchBlock& block) const {
+    walkMatches(_compiled->code(), pairCount(), subjectWithin(text, range), validated,
+                [&](const SubjectMatcher& matcher) {
+                    bool stop = false;
+                    block(matcher.match(range.location), stop);
+                    return !stop;
+                });
+}
+
+std::optional<QMRRegularExpressionMatch> QMRRegularExpression::firstMatch(std::string_view text, QMRTextRange range,
+                                                                          bool validated) const {
+    std::optional<QMRRegularExpressionMatch> first;
+    walkMatches(_compiled->code(), pairCount(), subjectWithin(text, range), validated,
+                [&](const SubjectMatcher& matcher) {
+                    first = matcher.match(range.location);
+                    return false;
+                });
+    return first;
+}
+
 void QMRRegularExpression::enumerateMatchesInString(std::string_view text, QMRTextRange range,
                                                     const MatchBlock& block) const {
-    const std::string_view subject = subjectWithin(text, range);
-    SubjectMatcher matcher(_compiled->code(), subject);
-    PCRE2_SIZE offset = 0;
-    // After an empty match, first look for a non-empty one at the same place (as Perl does).
-    std::uint32_t options = 0;
-    for (;;) {
-        if (!matcher.matchAt(offset, options)) {
-            if (options == 0) return;
-            offset = nextCharacterOffset(subject, offset);
-            options = 0;
-            continue;
-        }
-        bool stop = false;
-        block(matcher.match(range.location), stop);
-        if (stop) return;
-        const PCRE2_SIZE end = matcher.matchEnd();
-        if (matcher.matchStart() == end) {
-            if (end == subject.size()) return;
-            options = PCRE2_NOTEMPTY_ATSTART | PCRE2_ANCHORED;
-        } else {
-            options = 0;
-        }
-        offset = end;
-    }
+    enumerate(text, range, false, block);
 }
 
 void QMRRegularExpression::enumerateMatchesInString(std::string_view text, const MatchBlock& block) const {
-    enumerateMatchesInString(text, wholeOf(text), block);
+    enumerate(text, wholeOf(text), false, block);
+}
+
+void QMRRegularExpression::enumerateMatchesInString(const QMRUtf8Text& text, const MatchBlock& block) const {
+    enumerate(text.view(), wholeOf(text.view()), true, block);
 }
 
 std::optional<QMRRegularExpressionMatch> QMRRegularExpression::firstMatchInString(std::string_view text,
                                                                                   QMRTextRange range) const {
-    std::optional<QMRRegularExpressionMatch> first;
-    enumerateMatchesInString(text, range, [&first](const QMRRegularExpressionMatch& match, bool& stop) {
-        first = match;
-        stop = true;
-    });
-    return first;
+    return firstMatch(text, range, false);
 }
 
 std::optional<QMRRegularExpressionMatch> QMRRegularExpression::firstMatchInString(std::string_view text) const {
-    return firstMatchInString(text, wholeOf(text));
+    return firstMatch(text, wholeOf(text), false);
+}
+
+std::optional<QMRRegularExpressionMatch> QMRRegularExpression::firstMatchInString(const QMRUtf8Text& text,
+                                                                                  QMRTextRange range) const {
+    const std::string_view whole = text.view();
+    // A range cutting a character would hand PCRE2 unchecked text that is not UTF-8.
+    if (!isCharacterBound(whole, range.location) || !isCharacterBound(whole, range.end()))
+        comQuillmereUtil_ExceptionUtil::raise(
+            QMRRangeException::exceptionName,
+            fmt::format("Range {{{}, {}}} cuts a character of the text", range.location, range.length));
+    return firstMatch(whole, range, true);
 }
 
 std::vector<QMRRegularExpressionMatch> QMRRegularExpression::matchesInString(std::string_view text,
                                                                              QMRTextRange range) const {
     std::vector<QMRRegularExpressionMatch> matches;
-    enumerateMatchesInString(text, range,
-                             [&matches](const QMRRegularExpressionMatch& match, bool&) { matches.push_back(match); });
+    walkMatches(_compiled->code(), pairCount(), subjectWithin(text, range), false, [&](const SubjectMatcher& matcher) {
+        matches.push_back(matcher.match(range.location));
+        return true;
+    });
     return matches;
 }
 
@@ -241,7 +338,10 @@ std::vector<QMRRegularExpressionMatch> QMRRegularExpression::matchesInString(std
 
 std::size_t QMRRegularExpression::numberOfMatchesInString(std::string_view text, QMRTextRange range) const {
     std::size_t count = 0;
-    enumerateMatchesInString(text, range, [&count](const QMRRegularExpressionMatch&, bool&) { ++count; });
+    walkMatches(_compiled->code(), pairCount(), subjectWithin(text, range), false, [&count](const SubjectMatcher&) {
+        ++count;
+        return true;
+    });
     return count;
 }
 
@@ -253,11 +353,11 @@ std::string QMRRegularExpression::stringByReplacingMatchesInString(std::string_v
                                                                    std::string_view replacement) const {
     std::string result;
     std::size_t copiedUpTo = 0;
-    enumerateMatchesInString(text, [&](const QMRRegularExpressionMatch& match, bool&) {
-        const QMRTextRange range = match.range();
-        result.append(text.substr(copiedUpTo, range.location - copiedUpTo));
+    walkMatches(_compiled->code(), pairCount(), text, false, [&](const SubjectMatcher& matcher) {
+        result.append(text.substr(copiedUpTo, matcher.matchStart() - copiedUpTo));
         result.append(replacement);
-        copiedUpTo = range.end();
+        copiedUpTo = matcher.matchEnd();
+        return true;
     });
     result.append(text.substr(copiedUpTo));
     return result;

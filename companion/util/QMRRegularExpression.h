@@ -51,6 +51,23 @@ private:
     int _errorCode;
 };
 
+// A view of a text that has passed the UTF-8 check every search otherwise makes, so that searches
+// of it, or of ranges of it, skip that check: a page whose rows are searched one by one is then
+// checked once instead of once more per row. The text must outlive the view and must not change.
+class QMRUtf8Text {
+public:
+    // Raises QMRRegularExpressionMatchException (with PCRE2's UTF-8 error code) when text is not
+    // valid UTF-8.
+    static QMRUtf8Text validated(std::string_view text);
+
+    std::string_view view() const noexcept { return _text; }
+
+private:
+    explicit QMRUtf8Text(std::string_view text) : _text(text) {}
+
+    std::string_view _text;
+};
+
 class QMRRegularExpression {
 public:
     // Raises QMRInvalidArgumentException, with PCRE2's message and the offset in the pattern, when
@@ -77,6 +94,12 @@ public:
     std::optional<QMRRegularExpressionMatch> firstMatchInString(std::string_view text) const;
     std::optional<QMRRegularExpressionMatch> firstMatchInString(std::string_view text, QMRTextRange range) const;
 
+    // The same searches over a text already checked: no UTF-8 check. The range must also start and
+    // end at character bounds (as the range of any match in the text does); otherwise
+    // QMRRangeException.
+    void enumerateMatchesInString(const QMRUtf8Text& text, const MatchBlock& block) const;
+    std::optional<QMRRegularExpressionMatch> firstMatchInString(const QMRUtf8Text& text, QMRTextRange range) const;
+
     std::vector<QMRRegularExpressionMatch> matchesInString(std::string_view text) const;
     std::vector<QMRRegularExpressionMatch> matchesInString(std::string_view text, QMRTextRange range) const;
 
@@ -89,6 +112,13 @@ public:
 
 private:
     class CompiledPattern;
+
+    // Ovector pairs a search needs: the whole match and each group.
+    std::uint32_t pairCount() const;
+    // validated: the text is known to be UTF-8, so PCRE2 need not check it.
+    void enumerate(std::string_view text, QMRTextRange range, bool validated, const MatchBlock& block) const;
+    std::optional<QMRRegularExpressionMatch> firstMatch(std::string_view text, QMRTextRange range,
+                                                        bool validated) const;
 
     std::string _pattern;
     QMRRegularExpressionOptions _options;

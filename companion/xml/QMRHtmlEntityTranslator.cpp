@@ -103,6 +103,8 @@ std::optional<char32_t> QMRHtmlEntityTranslator::codePointOfEntity(std::string_v
 std::optional<std::string> QMRHtmlEntityTranslator::toNumericReferences(std::string_view markup) {
     static constexpr std::string_view kCdataOpener = "<![CDATA[";
     static constexpr std::string_view kCommentOpener = "<!--";
+    // Most markup holds no reference at all; one memchr settles that.
+    if (markup.find('&') == std::string_view::npos) return std::nullopt;
 
     std::optional<std::string> rewritten;
     std::size_t copiedUpTo = 0;

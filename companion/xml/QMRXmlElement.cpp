@@ -28,6 +28,8 @@ void appendDeclaration(std::string& out, const QMRXmlNamespace& ns) {
     out += '"';
 }
 
+constexpr std::size_t kInitialOutputCapacity = 256;
+
 void appendNewLine(std::string& out, int indentation, int depth) {
     out += '\n';
     out.append(static_cast<std::size_t>(indentation) * static_cast<std::size_t>(depth), ' ');
@@ -36,6 +38,7 @@ void appendNewLine(std::string& out, int indentation, int depth) {
 
 QMRXmlElement::QMRXmlElement(std::string name, std::vector<QMRXmlConstruct> constructs) : _name(std::move(name)) {
     QMRXmlSyntax::validateName(_name, true, "Element name");
+    _content.reserve(constructs.size());
     for (auto& construct : constructs) add(std::move(construct));
 }
 
@@ -43,6 +46,7 @@ QMRXmlElement::QMRXmlElement(QMRXmlNamespace elementNamespace, std::string name,
                              std::vector<QMRXmlConstruct> constructs)
     : _namespace(std::move(elementNamespace)), _name(std::move(name)) {
     QMRXmlSyntax::validateName(_name, false, "Element name");
+    _content.reserve(constructs.size());
     for (auto& construct : constructs) add(std::move(construct));
 }
 
@@ -107,6 +111,8 @@ std::string QMRXmlElement::toStringWithIndentation(int indentation) const {
         comQuillmereUtil_ExceptionUtil::raise(QMRInvalidArgumentException::exceptionName,
                                               "Indentation must not be negative");
     std::string out;
+    // Enough for a small element in one allocation; larger ones grow as usual.
+    out.reserve(kInitialOutputCapacity);
     std::vector<Binding> scope{{"xml", QMRXmlNamespace::xmlUri}};
     write(out, indentation, 0, scope);
     return out;
@@ -124,7 +130,9 @@ void QMRXmlElement::write(std::string& out, int indentation, int depth, std::vec
         scope.push_back({ns.prefix(), ns.uri()});
     };
 
-    const std::string name = qualifiedName();
+    // The qualified name is built only when there is a prefix to put before the name.
+    const std::string prefixed = _namespace ? qualifiedName() : std::string();
+    const std::string_view name = _namespace ? std::string_view(prefixed) : std::string_view(_name);
     out += '<';
     out += name;
     for (const auto& declaration : _declarations) {

@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <thread>
+#include <vector>
 
 #include <fmt/format.h>
 
@@ -209,4 +211,64 @@ TEST(QMRRegularExpressionLimits, InvalidUtf8InTheSearchedTextRaises) {
     }
     // Only the searched range has to be valid.
     EXPECT_TRUE(QMRRegularExpression("ok").firstMatchInString(text, QMRTextRange{0, 3}));
+}
+
+TEST(QMRRegularExpressionValidatedText, RowsOfACheckedPageAreSearchedWithTheSameResults) {
+    const std::string page = "<tr data-id=\"1\"><td>\xC3\xA9</td></tr>\n<tr data-id=\"2\"><td>b</td></tr>";
+    const QMRRegularExpression row("<tr data-id.*?</tr>", Options::CaseInsensitive | Options::DotMatchesLineSeparators);
+    const QMRRegularExpression cell("<td>.*?</td>");
+    const QMRUtf8Text checked = QMRUtf8Text::validated(page);
+    EXPECT_EQ(checked.view(), page);
+
+    std::vector<QMRTextRange> rows;
+    row.enumerateMatchesInString(checked, [&](const QMRRegularExpressionMatch& match, bool&) {
+        rows.push_back(match.range());
+        const auto inChecked = cell.firstMatchInString(checked, match.range());
+        const auto inPlain = cell.firstMatchInString(page, match.range());
+        ASSERT_TRUE(inChecked && inPlain);
+        EXPECT_EQ(inChecked->range(), inPlain->range());
+    });
+    EXPECT_EQ(rows.size(), row.numberOfMatchesInString(page));
+}
+
+TEST(QMRRegularExpressionValidatedText, InvalidUtf8IsRefusedWhenChecked) {
+    try {
+        QMRUtf8Text::validated("ok \xC3\x28 bad");
+        FAIL() << "accepted invalid UTF-8";
+    } catch (const QMRRegularExpressionMatchException& e) {
+        EXPECT_THAT(e.what(), testing::HasSubstr("at byte 3"));
+    }
+}
+
+TEST(QMRRegularExpressionValidatedText, RangeCuttingACharacterOrBeyondTheTextRaisesRangeException) {
+    const std::string text = "a\xC3\xA9z";
+    const QMRUtf8Text checked = QMRUtf8Text::validated(text);
+    const QMRRegularExpression regex(".");
+    EXPECT_THROW(regex.firstMatchInString(checked, QMRTextRange{2, 2}), QMRRangeException);
+    EXPECT_THROW(regex.firstMatchInString(checked, QMRTextRange{0, 2}), QMRRangeException);
+    EXPECT_THROW(regex.firstMatchInString(checked, QMRTextRange{3, 5}), QMRRangeException);
+    const auto match = regex.firstMatchInString(checked, QMRTextRange{1, 3});
+    ASSERT_TRUE(match);
+    EXPECT_EQ(match->range(), (QMRTextRange{1, 2}));
+}
+
+TEST(QMRRegularExpressionThreads, SearchesNestedInAWalkOnSeveralThreadsAgree) {
+    std::string page;
+    for (int i = 0; i < 200; ++i) page += fmt::format("<tr data-id=\"{}\"><td>x{}</td></tr>\n", i, i);
+    const QMRRegularExpression row("<tr data-id.*?</tr>", Options::DotMatchesLineSeparators);
+    const QMRRegularExpression cell("<td>(x\\d+)</td>");
+    auto countCells = [&] {
+        std::size_t found = 0;
+        row.enumerateMatchesInString(page, [&](const QMRRegularExpressionMatch& match, bool&) {
+            if (const auto inner = cell.firstMatchInString(page, match.range());
+                inner && inner->rangeAtIndex(1).found())
+                ++found;
+        });
+        return found;
+    };
+    std::size_t counts[4] = {};
+    std::vector<std::thread> threads;
+    for (std::size_t& count : counts) threads.emplace_back([&count, &countCells] { count = countCells(); });
+    for (auto& thread : threads) thread.join();
+    for (const std::size_t count : counts) EXPECT_EQ(count, 200U);
 }

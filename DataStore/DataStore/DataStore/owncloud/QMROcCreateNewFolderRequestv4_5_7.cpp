@@ -53,7 +53,7 @@ void QMROcCreateNewFolderRequestv4_5_7::validateCreateNewFolderResponseBody(cons
                                                                             QMRErrorSlot& error) const {
     const std::string_view text = textOf(body);
     const std::string lower = lowercased(text);
-    if (lower.find("\"status\":\"success\"") != std::string::npos && lower.find("\"id\":") != std::string::npos) return;
+    if (reportsSuccessWithId(lower)) return;
     error = expiredOrUnrecognizedResponse(text);
 }
 
@@ -62,16 +62,5 @@ std::optional<std::string> QMROcCreateNewFolderRequestv4_5_7::extractId(const QM
     // Greedy: the id runs to the last quote before "},"status"; deliberate.
     static const QMRRegularExpression idPattern("\"id\":\"(.+)\"\\},\"status\"",
                                                 QMRRegularExpressionOptions::CaseInsensitive);
-    const std::string_view text = textOf(body);
-    std::optional<QMRRegularExpressionMatch> match;
-    try {
-        match = idPattern.firstMatchInString(text);
-    } catch (const QMRRegularExpressionMatchException&) {
-        // Neither a match nor a no-match: an answer we do not know.
-    }
-    if (!match) {
-        error = unrecognizedResponse(text);
-        return std::nullopt;
-    }
-    return std::string(match->substringAtIndex(text, 1).value_or(""));
+    return firstCapture(body, idPattern, error);
 }

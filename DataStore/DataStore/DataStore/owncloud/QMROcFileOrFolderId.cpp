@@ -19,10 +19,21 @@ QMROcFileOrFolderId::QMROcFileOrFolderId(std::string_view idText) {
     _resourceType = toResourceTypeFromString(_resourceTypeName);
 }
 
+namespace {
+// An element holding only text, built by moves: a braced list of constructs would copy each one.
+QMRXmlElement textElement(std::string name, std::string text) {
+    QMRXmlElement element(std::move(name));
+    element.add(std::move(text));
+    return element;
+}
+}  // namespace
+
 std::string QMROcFileOrFolderId::toString() const {
-    return QMRXmlElement("OwnCloudId", {QMRXmlElement("Id", {_identifier}), QMRXmlElement("Path", {_path}),
-                                        QMRXmlElement("Type", {_resourceTypeName})})
-        .toStringWithIndentation(0);
+    QMRXmlElement id("OwnCloudId");
+    id.add(textElement("Id", _identifier));
+    id.add(textElement("Path", _path));
+    id.add(textElement("Type", _resourceTypeName));
+    return id.toStringWithIndentation(0);
 }
 
 std::string QMROcFileOrFolderId::toStringFromResourceType(std::int32_t resourceType) {

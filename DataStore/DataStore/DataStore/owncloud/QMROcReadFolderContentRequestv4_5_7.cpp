@@ -38,13 +38,16 @@ std::int64_t leadingInteger(std::string_view text) {
     return failure == std::errc() ? value : 0;
 }
 
-// The element that a matched piece of the page opens, for reading its attributes.
-RXMLElement elementOfMatch(const QMRRegularExpression& pattern, std::string_view page, QMRTextRange row,
-                           std::string_view closingTag) {
+// The element that a matched piece of the page opens, for reading its attributes. The page was
+// checked as UTF-8 before its rows were walked, so the search of the row need not check it again;
+// markup is a buffer reused from row to row.
+RXMLElement elementOfMatch(const QMRRegularExpression& pattern, const QMRUtf8Text& page, QMRTextRange row,
+                           std::string_view closingTag, std::string& markup) {
     const std::optional<QMRRegularExpressionMatch> match = pattern.firstMatchInString(page, row);
     if (!match) return {};
-    const std::string_view matched = page.substr(match->range().location, match->range().length);
-    return RXMLElement::elementFromXMLString(fmt::format("{}{}", matched, closingTag));
+    markup.assign(page.view().substr(match->range().location, match->range().length));
+    markup.append(closingTag);
+    return RXMLElement::elementFromXMLString(markup);
 }
 
 }  // namespace
@@ -99,9 +102,11 @@ std::optional<QMROcReadFolderContentResponsev4_5_7::MetadataList> QMROcReadFolde
     const std::string_view text = textOf(body);
     const RowPatterns patterns = rowPatterns();
     QMROcReadFolderContentResponsev4_5_7::MetadataList metadatas;
+    std::string markup;
     try {
-        patterns.row.enumerateMatchesInString(text, [&](const QMRRegularExpressionMatch& row, bool&) {
-            metadatas.push_back(metadataFromRow(text, row.range(), patterns));
+        const QMRUtf8Text page = QMRUtf8Text::validated(text);
+        patterns.row.enumerateMatchesInString(page, [&](const QMRRegularExpressionMatch& row, bool&) {
+            metadatas.push_back(metadataFromRow(page, row.range(), patterns, markup));
         });
     } catch (const QMRRegularExpressionMatchException&) {
         // A page too large for the patterns or not UTF-8: neither rows nor no rows.
@@ -115,16 +120,20 @@ std::optional<QMROcReadFolderContentResponsev4_5_7::MetadataList> QMROcReadFolde
     return metadatas;
 }
 
-QMRFileMetadataPtr QMROcReadFolderContentRequestv4_5_7::metadataFromRow(std::string_view page, QMRTextRange row,
-                                                                        const RowPatterns& patterns) const {
+QMRFileMetadataPtr QMROcReadFolderContentRequestv4_5_7::metadataFromRow(const QMRUtf8Text& page, QMRTextRange row,
+                                                                        const RowPatterns& patterns,
+                                                                        std::string& markup) const {
     // A row without opening tag or modification cell reads as empty attributes, never a failure.
-    const RXMLElement tag = elementOfMatch(patterns.openingTag, page, row, "</tr>");
+    const RXMLElement tag = elementOfMatch(patterns.openingTag, page, row, "</tr>", markup);
     const std::int32_t resourceType = lowercased(tag.attribute("data-type")) == "file"
                                           ? QMRFileMetadata::resourceTypeFile
                                           : QMRFileMetadata::resourceTypeFolder;
     const std::string name = QMRUriUtil::decodeFromPercentEscapeString(tag.attribute("data-file"));
-    const std::string fullPath =
-        _folderPath == "/" ? fmt::format("{}{}", _folderPath, name) : fmt::format("{}/{}", _folderPath, name);
+    std::string fullPath;
+    fullPath.reserve(_folderPath.size() + 1 + name.size());
+    fullPath.append(_folderPath);
+    if (_folderPath != "/") fullPath += '/';
+    fullPath.append(name);
 
     auto metadata = std::make_shared<QMRFileMetadata>();
     metadata->setResourceType(resourceType);
@@ -135,7 +144,7 @@ QMRFileMetadataPtr QMROcReadFolderContentRequestv4_5_7::metadataFromRow(std::str
     metadata->setMimeContentType(tag.attribute("data-mime"));
     metadata->setSizeInBytes(leadingInteger(tag.attribute("data-size")));
 
-    const RXMLElement cell = elementOfMatch(patterns.modifiedCell, page, row, "");
+    const RXMLElement cell = elementOfMatch(patterns.modifiedCell, page, row, "", markup);
     metadata->setServerSideModificationDateInLocalTime(toModificationDate(cell.attribute("title")));
     return metadata;
 }

@@ -46,8 +46,9 @@ protected:
     virtual std::string expectedBreadcrumbLink() const;
     // The "title" of the modification cell as a date; none when it does not parse.
     virtual std::optional<QMRDate> toModificationDate(std::string_view title) const;
-    // The record of one row of the page.
-    QMRFileMetadataPtr metadataFromRow(std::string_view page, QMRTextRange row, const RowPatterns& patterns) const;
+    // The record of one row of the page; markup is scratch space reused from row to row.
+    QMRFileMetadataPtr metadataFromRow(const QMRUtf8Text& page, QMRTextRange row, const RowPatterns& patterns,
+                                       std::string& markup) const;
 
 private:
     std::string _folderPath;

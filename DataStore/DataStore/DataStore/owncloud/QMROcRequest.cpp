@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include "companion/util/QMRRegularExpression.h"
 #include "companion/web/QMRHttpUrlResponse.h"
 #include "companion/web/QMRUriBuilder.h"
 #include "companion/web/QMRUrlConnection.h"
@@ -95,8 +96,29 @@ QMRData QMROcRequest::formBody(const std::vector<FormField>& fields) {
     return QMRData(text.begin(), text.end());
 }
 
+bool QMROcRequest::reportsSuccessWithId(std::string_view lowercasedText) {
+    return lowercasedText.find("\"status\":\"success\"") != std::string_view::npos &&
+           lowercasedText.find("\"id\":") != std::string_view::npos;
+}
+
 QMRError QMROcRequest::unrecognizedResponse(std::string_view body) {
     return createError(fmt::format("Unrecognized response: {}", body), QMRDataStoreErrorUnknown);
+}
+
+std::optional<std::string> QMROcRequest::firstCapture(const QMRData& body, const QMRRegularExpression& pattern,
+                                                      QMRErrorSlot& error) {
+    const std::string_view text = textOf(body);
+    std::optional<QMRRegularExpressionMatch> match;
+    try {
+        match = pattern.firstMatchInString(text);
+    } catch (const QMRRegularExpressionMatchException&) {
+        // Neither a match nor a no-match: an answer we do not know.
+    }
+    if (!match) {
+        error = unrecognizedResponse(text);
+        return std::nullopt;
+    }
+    return std::string(match->substringAtIndex(text, 1).value_or(""));
 }
 
 QMRError QMROcRequest::expiredOrUnrecognizedResponse(std::string_view body) {

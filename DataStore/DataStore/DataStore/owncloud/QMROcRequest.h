@@ -17,6 +17,8 @@
 #include "companion/web/QMRUrlRequest.h"
 #include "companion/web/QMRUrlSession.h"
 
+class QMRRegularExpression;
+
 class QMROcRequest {
 public:
     using FormField = std::pair<std::string_view, std::string_view>;  // name, value
@@ -64,8 +66,14 @@ protected:
     // A form-encoded body of the fields in order.
     static QMRData formBody(const std::vector<FormField>& fields);
 
+    // Whether a lower-cased ajax answer reports success and carries an id.
+    static bool reportsSuccessWithId(std::string_view lowercasedText);
     // 101 "Unrecognized response: <body>".
     static QMRError unrecognizedResponse(std::string_view body);
+    // The first capture of pattern, matched once against the body's text; none, with
+    // unrecognizedResponse set, when it does not match.
+    static std::optional<std::string> firstCapture(const QMRData& body, const QMRRegularExpression& pattern,
+                                                   QMRErrorSlot& error);
     // The error for a page or ajax answer that is not the expected one: 102 "Unauthorized" when
     // the session's token expired, otherwise unrecognizedResponse.
     static QMRError expiredOrUnrecognizedResponse(std::string_view body);
