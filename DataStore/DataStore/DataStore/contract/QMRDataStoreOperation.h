@@ -1,5 +1,6 @@
 #pragma once
 #include <array>
+#include <span>
 #include <string_view>
 
 // The operations of QMRDataStore, in their declared order.
@@ -60,6 +61,29 @@ inline constexpr std::array<QMRDataStoreOperation, 26> QMRAllDataStoreOperations
     QMRDataStoreOperation::changeFileOrFolderSharingPermission,
     QMRDataStoreOperation::readSharedFileOrFolderInfo,
 };
+
+// What every flat, id-addressed file store with synchronisation offers (WebDAV and Funambol alike).
+inline constexpr std::array<QMRDataStoreOperation, 11> QMRFlatFileStoreOperations = {
+    QMRDataStoreOperation::createNewFile,
+    QMRDataStoreOperation::openFileForReading,
+    QMRDataStoreOperation::readAllFileMetadata,
+    QMRDataStoreOperation::readFileMetadataWithSpecificDate,
+    QMRDataStoreOperation::readFileMetadataWithSpecificFileIds,
+    QMRDataStoreOperation::updateFileMetadata,
+    QMRDataStoreOperation::openFileForUpdating,
+    QMRDataStoreOperation::deleteAllFiles,
+    QMRDataStoreOperation::deleteFileWithSpecificFileIds,
+    QMRDataStoreOperation::retrieveFileChangesWithSyncToken,
+    QMRDataStoreOperation::getStorageSpace,
+};
+
+// Whether operation is one of operations.
+constexpr bool QMRDataStoreOperationIsOneOf(QMRDataStoreOperation operation,
+                                            std::span<const QMRDataStoreOperation> operations) {
+    for (QMRDataStoreOperation candidate : operations)
+        if (candidate == operation) return true;
+    return false;
+}
 
 // The operation's full selector-style name, such as "readFileMetadataWithSpecificFileIds:error:".
 std::string_view QMRDataStoreOperationSelector(QMRDataStoreOperation operation);

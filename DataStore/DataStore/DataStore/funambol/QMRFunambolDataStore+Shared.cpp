@@ -8,30 +8,13 @@
 #include "companion/web/QMRUriBuilder.h"
 #include "companion/web/QMRUrlConnection.h"
 
-namespace {
-using enum QMRDataStoreOperation;
-constexpr QMRDataStoreOperation supportedOperations[] = {
-    createNewFile,
-    openFileForReading,
-    readAllFileMetadata,
-    readFileMetadataWithSpecificDate,
-    readFileMetadataWithSpecificFileIds,
-    updateFileMetadata,
-    openFileForUpdating,
-    deleteAllFiles,
-    deleteFileWithSpecificFileIds,
-    retrieveFileChangesWithSyncToken,
-    getStorageSpace,
-    close,
-};
-}  // namespace
-
 QMRFunambolDataStore::QMRFunambolDataStore(std::string baseUrl) : _baseUrl(std::move(baseUrl)) {}
 
 QMRFunambolDataStore::~QMRFunambolDataStore() = default;
 
 bool QMRFunambolDataStore::supportsOperation(QMRDataStoreOperation operation) const {
-    return std::ranges::find(supportedOperations, operation) != std::end(supportedOperations);
+    return QMRDataStoreOperationIsOneOf(operation, QMRFlatFileStoreOperations) ||
+           operation == QMRDataStoreOperation::close;
 }
 
 const QMRFunambolDataStore::CollectionList& QMRFunambolDataStore::systemContentType() {

@@ -10,28 +10,13 @@
 #include "DataStore/contract/QMRFileMetadataValidation.h"
 #include "companion/web/QMRUriBuilder.h"
 
-namespace {
-using enum QMRDataStoreOperation;
-constexpr QMRDataStoreOperation supportedOperations[] = {
-    createNewFile,
-    openFileForReading,
-    readAllFileMetadata,
-    readFileMetadataWithSpecificDate,
-    readFileMetadataWithSpecificFileIds,
-    updateFileMetadata,
-    openFileForUpdating,
-    deleteAllFiles,
-    deleteFileWithSpecificFileIds,
-    retrieveFileChangesWithSyncToken,
-    getStorageSpace,
-    applyApplicationExclusiveAccessLockWithTimeout,
-    refreshApplicationExclusiveAccessLockWithTimeout,
-    applyApplicationExclusiveAccessUnlock,
-};
-}  // namespace
-
 bool QMRWebDavDataStore::supportsOperation(QMRDataStoreOperation operation) const {
-    return std::ranges::find(supportedOperations, operation) != std::end(supportedOperations);
+    using enum QMRDataStoreOperation;
+    static constexpr QMRDataStoreOperation lockOperations[] = {applyApplicationExclusiveAccessLockWithTimeout,
+                                                              refreshApplicationExclusiveAccessLockWithTimeout,
+                                                              applyApplicationExclusiveAccessUnlock};
+    return QMRDataStoreOperationIsOneOf(operation, QMRFlatFileStoreOperations) ||
+           QMRDataStoreOperationIsOneOf(operation, lockOperations);
 }
 
 std::string QMRWebDavDataStore::constructCollectionUri(std::string_view collection) const {
