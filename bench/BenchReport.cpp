@@ -27,7 +27,10 @@ void SummaryReporter::ReportRuns(const std::vector<Run>& runs) {
 std::optional<double> SummaryReporter::seconds(const std::string& benchmark) const {
     auto found = _seconds.find(benchmark);
     if (found == _seconds.end() || found->second.empty()) return std::nullopt;
-    std::vector<double> values = found->second;
+    return median(found->second);
+}
+
+double median(std::vector<double> values) {
     std::sort(values.begin(), values.end());
     const std::size_t middle = values.size() / 2;
     return values.size() % 2 == 1 ? values[middle] : (values[middle - 1] + values[middle]) / 2;

@@ -28,6 +28,9 @@ private:
     std::map<std::string, std::vector<double>> _seconds;
 };
 
+// The middle value (the mean of the two middle ones for an even count); values must not be empty.
+double median(std::vector<double> values);
+
 // Wall time in milliseconds, repeated so that the summary can take a median.
 benchmark::internal::Benchmark* timed(benchmark::internal::Benchmark* benchmark, int repetitions,
                                       double minSecondsPerRepetition);

@@ -21,7 +21,6 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
 #include <map>
 #include <memory>
 #include <new>
@@ -35,6 +34,7 @@
 #include "DataStore/funambol/QMRFunambolFileMetadataFastEnumeration.h"
 #include "LoopbackHttpServer.h"
 #include "RawHttpClient.h"
+#include "ResidentSet.h"
 
 // ---- heap accounting ----
 // Live bytes and their high-water mark, by the allocator's own size of each block, so that a block
@@ -292,30 +292,6 @@ FunambolPageServer& serverFor(std::size_t count) {
 
 std::shared_ptr<QMRFunambolDataStore> loggedInStore(const FunambolPageServer& server, QMRErrorSlot& error) {
     return QMRFunambolDataStore::initWithUsername(std::string(kUser), std::string(kPassword), server.baseUrl(), error);
-}
-
-// ---- resident set ----
-
-std::optional<std::int64_t> statusKilobytes(std::string_view key) {
-    std::ifstream status("/proc/self/status");
-    std::string line;
-    while (std::getline(status, line))
-        if (line.starts_with(key)) {
-            std::int64_t value = 0;
-            const char* at = line.data() + key.size();
-            while (*at == ' ' || *at == '\t') ++at;
-            std::from_chars(at, line.data() + line.size(), value);
-            return value;
-        }
-    return std::nullopt;
-}
-
-// Sets the peak resident set back to the current one; false where the system does not allow it.
-bool resetPeakResidentSet() {
-    std::ofstream clearRefs("/proc/self/clear_refs");
-    clearRefs << "5";
-    clearRefs.flush();
-    return clearRefs.good();
 }
 
 // ---- one walk ----

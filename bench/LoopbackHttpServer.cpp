@@ -78,16 +78,57 @@ bool sendAll(int socket, std::string_view bytes) {
     return true;
 }
 
+bool sendAnswer(int socket, const LoopbackHttpAnswer& answer) {
+    if (!answer.bytes || !sendAll(socket, *answer.bytes)) return false;
+    const std::string_view pattern = answer.streamedPattern ? *answer.streamedPattern : std::string_view();
+    if (pattern.empty()) return answer.streamedLength == 0;
+    // One pattern's worth per round, the last one cut to what remains.
+    for (std::uint64_t remaining = answer.streamedLength; remaining > 0;) {
+        const std::string_view piece =
+            pattern.substr(0, static_cast<std::size_t>(std::min<std::uint64_t>(remaining, pattern.size())));
+        if (!sendAll(socket, piece)) return false;
+        remaining -= piece.size();
+    }
+    return true;
+}
+
+// Reads and drops count bytes of a request body; false when the connection ends first.
+bool discard(int socket, std::uint64_t count, std::vector<char>& scratch) {
+    if (count > 0 && scratch.empty()) scratch.resize(kReadChunkBytes);
+    while (count > 0) {
+        const ssize_t received =
+            ::recv(socket, scratch.data(), static_cast<std::size_t>(std::min<std::uint64_t>(count, scratch.size())), 0);
+        if (received < 0 && errno == EINTR) continue;
+        if (received <= 0) return false;
+        count -= static_cast<std::uint64_t>(received);
+    }
+    return true;
+}
+
+}  // namespace
+
+namespace {
+// A fixed date: the clients parse it, and a constant keeps every answer the same bytes.
+std::string answerHead(std::string_view status, std::string_view contentType, std::uint64_t contentLength) {
+    return fmt::format(
+        "HTTP/1.1 {}\r\nDate: Sun, 22 Nov 2026 16:36:44 GMT\r\nContent-Type: {}\r\nContent-Length: {}\r\n\r\n", status,
+        contentType, contentLength);
+}
 }  // namespace
 
 LoopbackHttpAnswer makeLoopbackHttpAnswer(std::string_view status, std::string_view contentType,
                                           std::string_view body) {
-    // A fixed date: the clients parse it, and a constant keeps every answer the same bytes.
-    std::string answer = fmt::format(
-        "HTTP/1.1 {}\r\nDate: Sun, 22 Nov 2026 16:36:44 GMT\r\nContent-Type: {}\r\nContent-Length: {}\r\n\r\n", status,
-        contentType, body.size());
+    std::string answer = answerHead(status, contentType, body.size());
     answer.append(body);
     return std::make_shared<const std::string>(std::move(answer));
+}
+
+LoopbackHttpAnswer makeStreamedLoopbackHttpAnswer(std::string_view status, std::string_view contentType,
+                                                  std::uint64_t length, std::shared_ptr<const std::string> pattern) {
+    LoopbackHttpAnswer answer(std::make_shared<const std::string>(answerHead(status, contentType, length)));
+    answer.streamedLength = length;
+    answer.streamedPattern = std::move(pattern);
+    return answer;
 }
 
 LoopbackHttpServer::LoopbackHttpServer(Handler handler) : _handler(std::move(handler)) {
@@ -153,6 +194,7 @@ void LoopbackHttpServer::acceptConnections() {
 void LoopbackHttpServer::serveConnection(int socket) {
     std::string buffer;
     buffer.reserve(kReadChunkBytes);
+    std::vector<char> scratch;
     bool keepOpen = true;
     // Ends when the client closes, the server stops, or a request cannot be read.
     while (keepOpen) {
@@ -197,9 +239,12 @@ void LoopbackHttpServer::serveConnection(int socket) {
                     request.bodySize = payload;
                     requestEnd = bodyStart + *length;
                 }
-            } else if (buffer.size() >= bodyStart + contentLength) {
+            } else {
+                // What has not arrived with the head is read and dropped: bodies are only counted.
+                const std::size_t buffered = std::min(buffer.size() - bodyStart, contentLength);
+                if (!discard(socket, contentLength - buffered, scratch)) break;
                 request.bodySize = contentLength;
-                requestEnd = bodyStart + contentLength;
+                requestEnd = bodyStart + buffered;
             }
         } else if (buffer.size() > kMaxHeadBytes) {
             break;
@@ -218,8 +263,8 @@ void LoopbackHttpServer::serveConnection(int socket) {
         }
 
         ++_requests;
-        LoopbackHttpAnswer answer = _handler(request);
-        if (!answer || !sendAll(socket, *answer)) break;
+        const LoopbackHttpAnswer answer = _handler(request);
+        if (!sendAnswer(socket, answer)) break;
         buffer.erase(0, *requestEnd);
     }
     {

@@ -2,6 +2,8 @@
 // A deliberately small HTTP/1.1 server on 127.0.0.1 for the benchmarks: one thread per connection,
 // keep-alive, answers built by a handler (usually a prebuilt buffer shared between answers). It
 // does only what a comparison needs, so that its own cost stays far below the clients measured.
+// A request body with a Content-Length is read and dropped as it arrives, and a streamed answer is
+// made as it goes, so transfers of any size run in constant memory.
 //
 //   LoopbackHttpServer server([](const LoopbackHttpRequest& request) { return answerFor(request); });
 //   ... send to server.baseUrl() ...
@@ -13,6 +15,7 @@
 #include <string>
 #include <string_view>
 #include <thread>
+#include <utility>
 #include <vector>
 
 struct LoopbackHttpRequest {
@@ -25,11 +28,23 @@ struct LoopbackHttpRequest {
     std::size_t bodySize = 0;
 };
 
-// Status line, headers and body as they go on the wire.
-using LoopbackHttpAnswer = std::shared_ptr<const std::string>;
+// Status line, headers and body as they go on the wire (usually a buffer shared between answers),
+// then, for a streamed answer, a body made while sending by repeating a pattern, so that an answer
+// of any size costs no more memory than the pattern.
+struct LoopbackHttpAnswer {
+    // Implicit, so that the bytes alone are an answer.
+    LoopbackHttpAnswer(std::shared_ptr<const std::string> wireBytes = nullptr) : bytes(std::move(wireBytes)) {}
+
+    std::shared_ptr<const std::string> bytes;
+    std::uint64_t streamedLength = 0;
+    std::shared_ptr<const std::string> streamedPattern;
+};
 
 // "HTTP/1.1 <status>" answer with Content-Length, a fixed Date and the given content type.
 LoopbackHttpAnswer makeLoopbackHttpAnswer(std::string_view status, std::string_view contentType, std::string_view body);
+// The same with a body of length bytes repeating pattern (not empty), sent piece by piece.
+LoopbackHttpAnswer makeStreamedLoopbackHttpAnswer(std::string_view status, std::string_view contentType,
+                                                  std::uint64_t length, std::shared_ptr<const std::string> pattern);
 
 class LoopbackHttpServer {
 public:

@@ -6,7 +6,8 @@
 //             (PCRE2, JIT-compiled): the least a listing that finds rows by that pattern can cost
 // and, to show where the rest goes, the page read into records in memory, the page fetched by a raw
 // socket client, and the row pattern run by raw PCRE2 without the wrapper. A summary with the ratios
-// closes the output. Figures are medians over the repetitions, of wall time.
+// closes the output. Figures are medians over the repetitions, of wall time. The streamed transfers
+// of 1 GiB follow (OwnCloudTransferBench), with their own summary.
 #define PCRE2_CODE_UNIT_WIDTH 8
 #include <benchmark/benchmark.h>
 #include <fmt/format.h>
@@ -27,6 +28,7 @@
 #include "DataStore/owncloud/QMROcReadFolderContentRequestv5_0_6.h"
 #include "LoopbackHttpServer.h"
 #include "OwnCloudBenchPages.h"
+#include "OwnCloudTransferBench.h"
 #include "RawHttpClient.h"
 #include "companion/web/QMRUrlSession.h"
 
@@ -378,12 +380,22 @@ int main(int argc, char** argv) {
         fmt::print(stderr, "bench: the data store could not read the generated pages; nothing measured\n");
         return 1;
     }
+    std::optional<OwnCloudTransferBench> transfers;
+    if (OwnCloudTransferBench::selectedBy(benchmark::GetBenchmarkFilter())) {
+        transfers.emplace();
+        if (!transfers->check()) {
+            fmt::print(stderr, "bench: the data store could not move 1 GiB each way; nothing measured\n");
+            return 1;
+        }
+    }
     std::fflush(stdout);
 
     registerBenchmarks();
+    if (transfers) transfers->registerBenchmarks();
     bench_report::SummaryReporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
     printSummary(reporter);
+    if (transfers) transfers->printSummary();
     benchmark::Shutdown();
     return 0;
 }

@@ -3,7 +3,8 @@
 # loopback server, then the in-memory parsing figures, closing with a summary of figures, ratios and
 # goals. Then the Funambol listing: wall time and peak memory of a lazy walk over 1,000, 10,000 and
 # 50,000 media, closing with its own summary. Last the ownCloud listing of a 10,000-row files page
-# per release against PCRE2 finding the rows alone, with its summary.
+# per release against PCRE2 finding the rows alone, and its streamed 1 GiB upload and download
+# against curl with our peak memory growth, each with its summary.
 # Usage: bench/run_benchmarks.sh <path to qmr_webdav_bench> [path to qmr_funambol_bench
 #        [path to qmr_owncloud_bench]] [Google Benchmark options...]
 # A path left out is looked for next to qmr_webdav_bench.

@@ -12,7 +12,11 @@ std::size_t QMRBoundStreamBuffer::write(QMRDataView data) {
         std::lock_guard lock(_mutex);
         if (_writerClosed || _readerClosed) return 0;
         count = std::min(data.size(), _ring.size() - _size);
-        for (std::size_t i = 0; i < count; ++i) _ring[(_head + _size + i) % _ring.size()] = data[i];
+        // At most two runs: up to the end of the ring, then from its start.
+        const std::size_t tail = (_head + _size) % _ring.size();
+        const std::size_t first = std::min(count, _ring.size() - tail);
+        std::copy_n(data.begin(), first, _ring.begin() + static_cast<std::ptrdiff_t>(tail));
+        std::copy_n(data.begin() + static_cast<std::ptrdiff_t>(first), count - first, _ring.begin());
         _size += count;
         if (count > 0) listener = _readerListener;
     }
@@ -47,7 +51,9 @@ bool QMRBoundStreamBuffer::readerClosed() const {
 
 std::size_t QMRBoundStreamBuffer::takeLocked(std::span<std::uint8_t> buffer) {
     const std::size_t count = std::min(buffer.size(), _size);
-    for (std::size_t i = 0; i < count; ++i) buffer[i] = _ring[(_head + i) % _ring.size()];
+    const std::size_t first = std::min(count, _ring.size() - _head);
+    std::copy_n(_ring.begin() + static_cast<std::ptrdiff_t>(_head), first, buffer.begin());
+    std::copy_n(_ring.begin(), count - first, buffer.begin() + static_cast<std::ptrdiff_t>(first));
     _head = (_head + count) % _ring.size();
     _size -= count;
     return count;

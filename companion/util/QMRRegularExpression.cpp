@@ -4,6 +4,7 @@
 #include <pcre2.h>
 
 #include <array>
+#include <cstring>
 #include <utility>
 
 #include <fmt/format.h>
@@ -213,8 +214,56 @@ void walkMatches(const pcre2_code* code, std::uint32_t pairs, std::string_view s
 }
 }  // namespace
 
+namespace {
+// Well-formed UTF-8 as RFC 3629 has it (no overlong forms, no surrogates, nothing past U+10FFFF):
+// what PCRE2 accepts in UTF mode. Runs of ASCII, most of a page, are checked a word at a time.
+bool isWellFormedUtf8(std::string_view text) {
+    const auto* at = reinterpret_cast<const unsigned char*>(text.data());
+    const auto* const end = at + text.size();
+    while (at < end) {
+        if (end - at >= 8) {
+            std::uint64_t word = 0;
+            std::memcpy(&word, at, sizeof word);
+            if ((word & 0x8080808080808080ULL) == 0) {
+                at += 8;
+                continue;
+            }
+        }
+        const unsigned char lead = *at;
+        if (lead < 0x80) {
+            ++at;
+            continue;
+        }
+        // The range of the byte after the lead narrows for the leads that could start an overlong
+        // form, a surrogate or a value past U+10FFFF; every later byte is 80..BF.
+        std::size_t length = 0;
+        unsigned char low = 0x80, high = 0xBF;
+        if (lead >= 0xC2 && lead <= 0xDF) {
+            length = 2;
+        } else if (lead >= 0xE0 && lead <= 0xEF) {
+            length = 3;
+            if (lead == 0xE0) low = 0xA0;
+            if (lead == 0xED) high = 0x9F;
+        } else if (lead >= 0xF0 && lead <= 0xF4) {
+            length = 4;
+            if (lead == 0xF0) low = 0x90;
+            if (lead == 0xF4) high = 0x8F;
+        } else {
+            return false;
+        }
+        if (static_cast<std::size_t>(end - at) < length || at[1] < low || at[1] > high) return false;
+        for (std::size_t index = 2; index < length; ++index)
+            if (at[index] < 0x80 || at[index] > 0xBF) return false;
+        at += length;
+    }
+    return true;
+}
+}  // namespace
+
 QMRUtf8Text QMRUtf8Text::validated(std::string_view text) {
-    // A search checks its whole text first; the empty pattern then matches at once.
+    if (isWellFormedUtf8(text)) return QMRUtf8Text(text);
+    // PCRE2's own check says how and where the text fails: a search checks its whole text first,
+    // and the empty pattern then matches at once.
     static const QMRRegularExpression empty("");
     empty.firstMatchInString(text);
     return QMRUtf8Text(text);

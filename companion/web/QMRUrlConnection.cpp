@@ -87,8 +87,8 @@ std::optional<QMRData> QMRUrlConnection::sendSynchronousRequest(QMRUrlSession& s
     transfer.configure(lease.handle());
     const CURLcode result = curl_easy_perform(lease.handle());
     if (transfer.failure) std::rethrow_exception(transfer.failure);
-    if (result != CURLE_OK) {
-        error = transfer.failureFor(result);
+    if (std::optional<QMRError> failure = transfer.failureFor(result)) {
+        error = std::move(failure);
         response = QMRHttpUrlResponse(request.URL(), error->code());
         return std::nullopt;
     }
@@ -183,8 +183,8 @@ void QMRUrlConnection::cancel() {
 
 void QMRUrlConnection::transferDone(int curlResult) {
     if (_state != State::started) return;
-    if (curlResult != CURLE_OK) {
-        fail(_transfer->failureFor(curlResult));
+    if (const std::optional<QMRError> failure = _transfer->failureFor(curlResult)) {
+        fail(*failure);
         return;
     }
     if (!deliverResponseOnce()) return;

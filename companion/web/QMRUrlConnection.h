@@ -26,7 +26,8 @@ public:
     // QMRUrlErrorUserCancelledAuthentication: no credentials are offered to a challenge.
     //
     // Redirects are followed (at most 10) with the session's cookies; credentials are not sent to
-    // another host. The request's body stream, if any, is read to its end before sending.
+    // another host, nor is a body, which may hold them: such a redirect fails with
+    // QMRUrlErrorCancelled. The request's body stream, if any, is read to its end before sending.
     // Misuse by the caller (a header field that would break the request, a Content-Length that
     // contradicts the body) raises QMRInvalidArgumentException before anything is sent.
     static std::optional<QMRData> sendSynchronousRequest(QMRUrlSession& session, const QMRUrlRequest& request,

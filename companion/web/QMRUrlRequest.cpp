@@ -21,11 +21,15 @@ bool QMRUrlRequest::isToken(std::string_view text) noexcept {
     return !text.empty() && std::ranges::all_of(text, isTokenChar);
 }
 
+bool QMRUrlRequest::isFieldValue(std::string_view text) noexcept {
+    return text.find_first_of(std::string_view("\r\n\0", 3)) == std::string_view::npos;
+}
+
 void QMRUrlRequest::validateHeaderField(std::string_view name, std::string_view value) {
     if (!isToken(name))
         comQuillmereUtil_ExceptionUtil::raise(QMRInvalidArgumentException::exceptionName,
                                               fmt::format("Invalid HTTP header field name \"{}\"", name));
-    if (value.find_first_of(std::string_view("\r\n\0", 3)) != std::string_view::npos)
+    if (!isFieldValue(value))
         comQuillmereUtil_ExceptionUtil::raise(
             QMRInvalidArgumentException::exceptionName,
             fmt::format("The value of HTTP header field \"{}\" contains a line break or NUL", name));

@@ -50,6 +50,8 @@ public:
 
     // Whether text is an HTTP token (RFC 9110 section 5.6.2), the syntax of methods and field names.
     static bool isToken(std::string_view text) noexcept;
+    // Whether text may be a header field's value: it holds no CR, LF or NUL, which would end the field.
+    static bool isFieldValue(std::string_view text) noexcept;
 
 private:
     static void validateHeaderField(std::string_view name, std::string_view value);

@@ -17,6 +17,9 @@ struct QMRUrlSession::State {
     // loop); curl asks for a lock per kind of shared data.
     std::array<std::mutex, CURL_LOCK_DATA_LAST> shareMutexes;
     std::atomic<std::chrono::milliseconds::rep> timeoutMilliseconds{defaultTimeoutInterval.count()};
+    // Read whenever a handle is attached, possibly on a run loop's thread.
+    mutable std::mutex trustMutex;
+    std::string trustedCertificateFile;
 
     State() {
         share = curl_share_init();
@@ -84,6 +87,18 @@ void QMRUrlSession::setTimeoutInterval(std::chrono::milliseconds interval) {
     state().timeoutMilliseconds.store(interval.count());
 }
 
+std::string QMRUrlSession::trustedCertificateFile() const {
+    const State& current = state();
+    std::lock_guard lock(current.trustMutex);
+    return current.trustedCertificateFile;
+}
+
+void QMRUrlSession::setTrustedCertificateFile(std::string path) {
+    State& current = state();
+    std::lock_guard lock(current.trustMutex);
+    current.trustedCertificateFile = std::move(path);
+}
+
 QMRUrlSession::HandleLease QMRUrlSession::leaseSynchronousHandle() {
     State& current = state();
     std::unique_lock lock(current.handleMutex);
@@ -106,4 +121,11 @@ void QMRUrlSession::attachHandle(State& state, void* handle) {
     curl_easy_setopt(handle, CURLOPT_SHARE, state.share);
     // An empty file name turns the in-memory cookie engine on without reading any file.
     curl_easy_setopt(handle, CURLOPT_COOKIEFILE, "");
+    std::lock_guard lock(state.trustMutex);
+    if (!state.trustedCertificateFile.empty()) {
+        // curl copies the name. The system's directory of certificates would still be consulted
+        // beside the file, so it is turned off: the file alone decides.
+        curl_easy_setopt(handle, CURLOPT_CAINFO, state.trustedCertificateFile.c_str());
+        curl_easy_setopt(handle, CURLOPT_CAPATH, static_cast<char*>(nullptr));
+    }
 }

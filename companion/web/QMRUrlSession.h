@@ -7,6 +7,7 @@
 #include <chrono>
 #include <memory>
 #include <mutex>
+#include <string>
 #include <utility>
 
 class QMRUrlSession {
@@ -27,6 +28,13 @@ public:
     // A non-positive interval raises QMRInvalidArgumentException.
     std::chrono::milliseconds timeoutInterval() const;
     void setTimeoutInterval(std::chrono::milliseconds interval);
+
+    // A PEM file of certificates that the session's TLS connections trust in place of the system's
+    // store: for a server with a certificate of its own (a self-signed one). Empty, the default,
+    // means the system's store. A file that cannot be read fails each TLS request with
+    // QMRUrlErrorSecureConnectionFailed. Applies to requests started afterwards.
+    std::string trustedCertificateFile() const;
+    void setTrustedCertificateFile(std::string path);
 
 private:
     friend class QMRUrlConnection;

@@ -156,9 +156,14 @@ bool endsWithLabel(std::string_view host, std::string_view label) {
 CurlList buildHeaderLines(const QMRUrlRequest& request, bool bodyAttached) {
     CurlList lines;
     const QMRHttpHeaderFields& fields = request.allHTTPHeaderFields();
-    for (const auto& [name, value] : fields)
+    for (const auto& [name, value] : fields) {
+        // curl states the length of the body it sends, which has been checked against the caller's.
+        // The caller's own line would also go out on a redirect that drops the body (a POST
+        // followed as a GET), and the server would wait for bytes that never come.
+        if (QMRHttpHeaderFields::namesEqual(name, "Content-Length")) continue;
         // curl reads "Name:" as "drop that header"; "Name;" is its spelling of an empty value.
         appendLine(lines, value.empty() ? name + ";" : fmt::format("{}: {}", name, value));
+    }
     // The servers localise the texts that the back-ends look for.
     if (!fields.contains("Accept-Language")) appendLine(lines, "Accept-Language: en");
     // No 100-continue round trip: it stalls on servers that ignore it and the platform never sent it.
@@ -198,12 +203,36 @@ struct QMRUrlTransfer::Callbacks {
         return length;
     }
 
-    static std::size_t receiveHeader(char*, std::size_t size, std::size_t count, void* userData) {
+    static std::size_t receiveHeader(char* line, std::size_t size, std::size_t count, void* userData) {
         auto& transfer = *static_cast<QMRUrlTransfer*>(userData);
-        // Header fields are read from curl when needed; arriving ones only count as activity.
+        // Header fields are read from curl when needed; arriving ones only count as activity, and
+        // the lines that open and close an answer's fields are noted.
         if (transfer._abandoned) return 0;
         transfer.noteActivity();
-        return size * count;
+        const std::string_view text(line, size * count);
+        try {
+            noteHeaderLine(transfer, text);
+        } catch (...) {
+            transfer._abandoned = true;
+        }
+        return transfer._abandoned || transfer._redirectRefused ? 0 : size * count;
+    }
+
+    static void noteHeaderLine(QMRUrlTransfer& transfer, std::string_view text) {
+        static constexpr std::string_view location = "Location:";
+        if (text.starts_with("HTTP/")) {
+            transfer._headerFieldsEnded = false;
+            transfer._redirectLocation.clear();
+        } else if (text.size() > location.size() &&
+                   QMRHttpHeaderFields::namesEqual(text.substr(0, location.size()), location)) {
+            const std::string_view value = text.substr(location.size());
+            const auto first = value.find_first_not_of(" \t");
+            if (first != std::string_view::npos)
+                transfer._redirectLocation = value.substr(first, value.find_last_not_of(" \t\r\n") + 1 - first);
+        } else if (text == "\r\n" || text == "\n") {
+            transfer._headerFieldsEnded = true;
+            transfer._redirectRefused = transfer.redirectTakesBodyElsewhere();
+        }
     }
 
     static std::size_t sendBody(char* buffer, std::size_t size, std::size_t count, void* userData) {
@@ -369,11 +398,54 @@ std::optional<std::size_t> QMRUrlTransfer::supplyBody(std::span<std::uint8_t> ro
     return _plan->stream->read(room);
 }
 
-QMRError QMRUrlTransfer::failureFor(int curlResult) const {
+std::optional<QMRError> QMRUrlTransfer::failureFor(int curlResult) const {
     const auto result = static_cast<CURLcode>(curlResult);
     if (_idleTimedOut) return idleTimeoutFailure();
-    return urlError(urlErrorCodeFor(result, false), _request.URL(),
-                    _errorText[0] != '\0' ? _errorText.data() : curl_easy_strerror(result));
+    if (_redirectRefused)
+        return urlError(QMRUrlErrorCancelled, _request.URL(),
+                        fmt::format("Not followed: the redirect to {} would take the request's body to another host",
+                                    _redirectLocation));
+    // curl takes a connection closed inside the header fields for the end of a complete answer.
+    if (result == CURLE_OK && !_headerFieldsEnded)
+        return urlError(QMRUrlErrorNetworkConnectionLost, _request.URL(), "The answer ended inside its header fields");
+    if (result == CURLE_OK) return std::nullopt;
+    long code = urlErrorCodeFor(result, false);
+    long statusCode = 0;
+    curl_easy_getinfo(_handle, CURLINFO_RESPONSE_CODE, &statusCode);
+    // Without a readable status line curl refuses the answer as a protocol it does not speak: the
+    // URL was fine (foreign schemes are refused before sending, or after a redirect's status), the
+    // answer was not.
+    if (result == CURLE_UNSUPPORTED_PROTOCOL && statusCode == 0) code = QMRUrlErrorBadServerResponse;
+    return urlError(code, _request.URL(), _errorText[0] != '\0' ? _errorText.data() : curl_easy_strerror(result));
+}
+
+bool QMRUrlTransfer::redirectTakesBodyElsewhere() const {
+    // An empty body takes nothing along.
+    const bool bodyHoldsBytes = _plan->stream != nullptr || !_plan->bytes->empty();
+    if (!_plan->attached || !bodyHoldsBytes || _redirectLocation.empty()) return false;
+    long status = 0;
+    curl_easy_getinfo(_handle, CURLINFO_RESPONSE_CODE, &status);
+    // A POST becomes a GET on 301, 302 and 303; every other method keeps its body on any redirect.
+    const bool bodyGoesAlong = status == 307 || status == 308 ||
+                               ((status == 301 || status == 302 || status == 303) && _request.HTTPMethod() != "POST");
+    if (!bodyGoesAlong) return false;
+    char* current = nullptr;
+    curl_easy_getinfo(_handle, CURLINFO_EFFECTIVE_URL, &current);
+    CurlUrl target(curl_url());
+    if (!target) throw std::bad_alloc();  // the header callback then abandons the transfer
+    // Resolved against the answering URL, as curl resolves it; what curl cannot read it will not follow.
+    if (current == nullptr || curl_url_set(target.get(), CURLUPART_URL, current, 0) != CURLUE_OK ||
+        curl_url_set(target.get(), CURLUPART_URL, _redirectLocation.c_str(), 0) != CURLUE_OK)
+        return false;
+    auto part = [](CURLU* url, CURLUPart which) {
+        char* raw = nullptr;
+        curl_url_get(url, which, &raw, CURLU_DEFAULT_PORT);
+        const CurlString text(raw);
+        return std::string(text ? text.get() : "");
+    };
+    return !QMRHttpHeaderFields::namesEqual(part(_plan->url.get(), CURLUPART_HOST),
+                                            part(target.get(), CURLUPART_HOST)) ||
+           part(_plan->url.get(), CURLUPART_PORT) != part(target.get(), CURLUPART_PORT);
 }
 
 QMRError QMRUrlTransfer::idleTimeoutFailure() const {

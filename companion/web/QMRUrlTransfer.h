@@ -40,8 +40,9 @@ public:
     // the handle's callbacks to this object.
     void configure(void* handle);
 
-    // The transport error for curl's result code, with curl's own words as the failure reason.
-    QMRError failureFor(int curlResult) const;
+    // The transport error for curl's result code, with curl's own words as the failure reason; none
+    // when the whole answer arrived.
+    std::optional<QMRError> failureFor(int curlResult) const;
     // The failure of a transfer that stayed idle for longer than its limit.
     QMRError idleTimeoutFailure() const;
     // Status, header fields and the URL of the answer that ended the redirects, as far as received.
@@ -73,6 +74,11 @@ private:
     struct Plan;
     struct Callbacks;
 
+    // Whether the answer whose header fields just ended redirects to another host (name or port) and
+    // curl would send the request's bytes along: they may hold credentials (a login form), so such
+    // a redirect is not followed and the transfer fails with QMRUrlErrorCancelled.
+    bool redirectTakesBodyElsewhere() const;
+
     const QMRUrlRequest& _request;
     std::chrono::milliseconds _idleLimit;
     std::unique_ptr<Plan> _plan;
@@ -81,6 +87,11 @@ private:
     Clock::time_point _lastActivity = Clock::now();
     std::int64_t _uploaded = 0;
     bool _idleTimedOut = false;
+    // Whether the last answer's header fields reached their closing empty line.
+    bool _headerFieldsEnded = false;
+    // The last answer's Location, and whether following it was refused (see redirectTakesBodyElsewhere).
+    std::string _redirectLocation;
+    bool _redirectRefused = false;
     bool _abandoned = false;
     std::array<char, 256> _errorText{};
 };

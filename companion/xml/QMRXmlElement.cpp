@@ -118,6 +118,23 @@ std::string QMRXmlElement::toStringWithIndentation(int indentation) const {
     return out;
 }
 
+void QMRXmlElement::appendTextElement(std::string& out, std::string_view name, std::string_view text) {
+    QMRXmlSyntax::validateName(name, true, "Element name");
+    out += '<';
+    out += name;
+    // Empty text adds nothing, so the element is empty.
+    if (text.empty()) {
+        out += "/>";
+        return;
+    }
+    QMRXmlSyntax::validateRepresentable(text, "Text");
+    out += '>';
+    QMRXmlSyntax::appendEscapedText(out, text);
+    out += "</";
+    out += name;
+    out += '>';
+}
+
 void QMRXmlElement::write(std::string& out, int indentation, int depth, std::vector<Binding>& scope) const {
     const std::size_t outerScopeSize = scope.size();
     auto boundUri = [&scope](std::string_view prefix) -> std::string_view {

@@ -54,6 +54,10 @@ public:
     // for a negative indentation.
     std::string toStringWithIndentation(int indentation) const;
 
+    // Appends what QMRXmlElement(name, {text}).toStringWithIndentation(0) gives, with the same checks,
+    // without building the element: for small texts written in bulk, such as ids.
+    static void appendTextElement(std::string& out, std::string_view name, std::string_view text);
+
 private:
     using Content = std::variant<QMRXmlElement, std::string>;
     struct Binding;

@@ -1,6 +1,8 @@
 #include "companion/xml/QMRXmlSyntax.h"
 
 #include <fmt/format.h>
+
+#include <array>
 #include <cstddef>
 
 #include "companion/util/comQuillmereUtil_ExceptionUtil.h"
@@ -57,16 +59,22 @@ bool isXmlChar(char32_t c) {
            (c >= 0x10000 && c <= 0x10FFFF);
 }
 
-// Appends text with each character for which reference() gives a non-empty text replaced by it;
-// the runs between are copied whole, as appending byte by byte is several times slower.
+// Appends text with each character for which reference() gives a non-empty text replaced by it.
+// The runs between are found by table and copied whole: byte by byte, long texts cost several times
+// as much.
 template <class Reference>
 void appendEscaped(std::string& out, std::string_view text, Reference reference) {
+    static const std::array<bool, 256> escaped = [&reference] {
+        std::array<bool, 256> table{};
+        for (std::size_t byte = 0; byte < table.size(); ++byte)
+            table[byte] = !reference(static_cast<char>(byte)).empty();
+        return table;
+    }();
     std::size_t copiedUpTo = 0;
     for (std::size_t pos = 0; pos < text.size(); ++pos) {
-        const std::string_view replacement = reference(text[pos]);
-        if (replacement.empty()) continue;
+        if (!escaped[static_cast<unsigned char>(text[pos])]) continue;
         out.append(text.substr(copiedUpTo, pos - copiedUpTo));
-        out.append(replacement);
+        out.append(reference(text[pos]));
         copiedUpTo = pos + 1;
     }
     out.append(text.substr(copiedUpTo));

@@ -138,6 +138,10 @@ std::vector<RXMLElement> RXMLElement::childElements() const {
 }
 
 std::string RXMLElement::attribute(std::string_view name) const {
+    return std::string(attributeView(name));
+}
+
+std::string_view RXMLElement::attributeView(std::string_view name) const {
     return findAttribute(_node, name).value();
 }
 

@@ -50,6 +50,8 @@ public:
 
     // The value of the attribute with exactly that name ("data-id", "xml:lang"); empty when missing.
     std::string attribute(std::string_view name) const;
+    // The same without a copy: the view lives as long as the element's document.
+    std::string_view attributeView(std::string_view name) const;
     bool hasAttribute(std::string_view name) const;
     // The attribute names as written, in document order.
     std::vector<std::string> attributeNames() const;

@@ -58,6 +58,10 @@ TEST(OwnCloudPathUtil, EachForbiddenCharacterIsRefusedWhateverTheReservedRule) {
 
 TEST(OwnCloudFileOrFolderId, TextRoundTripRestoresEveryFieldEvenWithMarkupCharactersInThePath) {
     const std::string text = QMROcFileOrFolderId("17", "/R&D/<draft> a.txt", 2).toString();
+    // Callers keep ids: the text must never change.
+    EXPECT_EQ(text, "<OwnCloudId><Id>17</Id><Path>/R&amp;D/&lt;draft&gt; a.txt</Path><Type>file</Type></OwnCloudId>");
+    EXPECT_EQ(QMROcFileOrFolderId("", "/", 1).toString(),
+              "<OwnCloudId><Id/><Path>/</Path><Type>folder</Type></OwnCloudId>");
     const QMROcFileOrFolderId back(text);
     EXPECT_EQ(back.identifier(), "17");
     EXPECT_EQ(back.path(), "/R&D/<draft> a.txt");

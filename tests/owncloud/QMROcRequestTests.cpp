@@ -92,9 +92,10 @@ TEST_F(OwnCloud, Login506UsesItsOwnAddressesLongerFormAndUnescapedTokenInTheScan
 }
 
 TEST_F(OwnCloud, TokenIsCapturedGreedilyAndOnlyInTheReleasesOwnForm) {
+    using namespace std::string_view_literals;
     struct Case {
         bool v506;
-        const char* page;
+        std::string_view page;
         const char* token;  // nullptr: not found
     } cases[] = {
         {false, "x\nvar oc_requesttoken = 'tk';\ny", "tk"},
@@ -102,6 +103,9 @@ TEST_F(OwnCloud, TokenIsCapturedGreedilyAndOnlyInTheReleasesOwnForm) {
         {false, "<head data-requesttoken=\"tk\">", nullptr},
         {true, "<head data-requesttoken=\"tk\"><a href=\"x\">", "tk\"><a href=\"x"},
         {true, "var oc_requesttoken = 'tk';", nullptr},
+        // Every later change sends the token as a header, which cannot carry a NUL.
+        {false, "var oc_requesttoken = 't\0k';"sv, nullptr},
+        {true, "<head data-requesttoken=\"t\0k\">"sv, nullptr},
     };
     for (const Case& c : cases) {
         QMROcLoginRequestv4_5_7 v457(session, "u", "p", base());
@@ -344,6 +348,11 @@ TEST_F(OwnCloud, NewFolderAnswersThatAreNotASuccessWithAnIdAreErrors) {
         {true, R"(<b>"status":"success" "id":</b>)", 200, 101, R"(Unknown error - <b>"status":"success" "id":</b>)"},
         {true, "", 404, 101, "Unknown error - Response code 404"},
         {true, "", 500, 103, "Server down or server busy"},
+        // An id that no id text can carry is no id, in either release's form.
+        {false, "{\"data\":{\"id\":\"4\x01\"},\"status\":\"success\"}", 200, 101,
+         "Unrecognized response: {\"data\":{\"id\":\"4\x01\"},\"status\":\"success\"}"},
+        {true, R"({"data":{"id":"4\u0001"},"status":"success"})", 200, 101,
+         R"(Unrecognized response: {"data":{"id":"4\u0001"},"status":"success"})"},
     };
     for (const Case& c : cases) {
         server.enqueue(page(c.body, c.status));

@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -199,6 +201,11 @@ TEST(OwnCloudUpload, AnswersAreReadWithoutRegardToCaseAndIdsByTheReleasesPattern
     EXPECT_FALSE(v4.extractId(bytes(R"([{"status":"success","id":123,"name":"a"}])"), error));
     expectDataStoreError(error, QMRDataStoreErrorUnknown,
                          R"(Unrecognized response: [{"status":"success","id":123,"name":"a"}])");
+    // An id that no id text can carry is no id.
+    error.reset();
+    EXPECT_FALSE(v5.extractId(bytes("[{\"status\":\"success\",\"id\":1\x02,\"name\":\"a\"}]"), error));
+    expectDataStoreError(error, QMRDataStoreErrorUnknown,
+                         "Unrecognized response: [{\"status\":\"success\",\"id\":1\x02,\"name\":\"a\"}]");
 
     EXPECT_EQ(v4.constructUploadNewFileReqUrl(), "http://h/?app=files&getfile=ajax%2Fupload.php");
     EXPECT_EQ(v5.constructUploadNewFileReqUrl(), "http://h/index.php/apps/files/ajax/upload.php");
@@ -344,6 +351,71 @@ TEST(OwnCloudDownload, EndsWithOneEmptyPieceThenCompletionOrWithTheErrorAlone) {
     EXPECT_THAT(unreachable.calls, ElementsAre("error:103"));
     ASSERT_TRUE(unreachable.error && unreachable.error->underlyingError());
     EXPECT_EQ(unreachable.error->underlyingError()->code(), QMRUrlErrorCannotConnectToHost);
+}
+
+// Faults in mid-transfer ----------------------------------------------------------------------
+
+// An answer cut short: its head promises more body than comes before the server closes or falls silent.
+constexpr std::string_view truncatedAnswer =
+    "HTTP/1.1 200 OK\r\nContent-Type: application/octet-stream\r\nContent-Length: 1000\r\n\r\n0123456789";
+
+ScriptedHttpAnswer truncatedThen(bool stall) {
+    return stall ? ScriptedHttpAnswer::rawThenStall(truncatedAnswer) : ScriptedHttpAnswer::raw(truncatedAnswer);
+}
+
+// A session whose idle time-out ends a silent server's transfer soon.
+struct QuickSession {
+    QuickSession() { session.setTimeoutInterval(std::chrono::milliseconds(200)); }
+    QMRUrlSession session;
+};
+
+// Runs the loop until nothing is scheduled; false if something still is long after every time-out
+// here has passed, so a hang fails the test instead of blocking it.
+bool runToTheEnd() {
+    return !QMRRunLoop::current().runUntilDate(std::chrono::system_clock::now() + std::chrono::seconds(30));
+}
+
+TEST(OwnCloudTransferFaults, AnUploadWhoseAnswerBreaksOffOrStallsCompletesOnceWithNeitherRecordNorError) {
+    ScriptedHttpServer server;
+    server.setHandler([](const ScriptedHttpRequest& request) {
+        return truncatedThen(request.bodyText().find("filename=\"stalled.txt.") != std::string::npos);
+    });
+    QuickSession quick;
+    std::map<std::string, std::vector<std::string>> events;
+    for (const std::string name : {"closed.txt", "stalled.txt"}) {
+        std::vector<std::string>& log = events[name];
+        std::make_shared<QMROcCreateNewFileRequestv4_5_7>(
+            quick.session, "tk", server.url(""), newFile("/" + name, 3),
+            [&log](QMRFileMetadataPtr metadata, std::optional<QMRError> error) {
+                log.push_back(metadata || error ? "completion with a result" : "completion");
+            },
+            [&log](std::optional<QMRData>& data, bool&) {
+                if (log.empty()) data = bytes("abc");
+                log.push_back("space");
+            })
+            ->send();
+    }
+    ASSERT_TRUE(runToTheEnd());
+    EXPECT_EQ(server.requestCount(), 2u);
+    for (const auto& [name, log] : events) EXPECT_THAT(log, ElementsAre("space", "space", "completion")) << name;
+}
+
+TEST(OwnCloudTransferFaults, ADownloadWhoseAnswerBreaksOffOrStallsEndsWith103AfterTheBytesReceived) {
+    ScriptedHttpServer server;
+    server.setHandler([](const ScriptedHttpRequest& request) {
+        return truncatedThen(request.target.find("files=stalled") != std::string::npos);
+    });
+    QuickSession quick;
+    Download closed, stalled;
+    closed.start(quick.session, server.url(""), "/closed");
+    stalled.start(quick.session, server.url(""), "/stalled");
+    ASSERT_TRUE(runToTheEnd());
+    // No empty piece marks an end, and nothing follows the error.
+    EXPECT_THAT(closed.calls, ElementsAre("data:10", "error:103"));
+    EXPECT_THAT(stalled.calls, ElementsAre("data:10", "error:103"));
+    ASSERT_TRUE(closed.error && closed.error->underlyingError() && stalled.error && stalled.error->underlyingError());
+    EXPECT_EQ(closed.error->underlyingError()->code(), QMRUrlErrorNetworkConnectionLost);
+    EXPECT_EQ(stalled.error->underlyingError()->code(), QMRUrlErrorTimedOut);
 }
 
 }  // namespace

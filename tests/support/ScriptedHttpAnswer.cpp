@@ -21,6 +21,19 @@ ScriptedHttpAnswer ScriptedHttpAnswer::closeConnection() {
     return answer;
 }
 
+ScriptedHttpAnswer ScriptedHttpAnswer::raw(std::string_view bytes) {
+    ScriptedHttpAnswer answer;
+    answer.action = Action::sendRaw;
+    answer.body.assign(bytes.begin(), bytes.end());
+    return answer;
+}
+
+ScriptedHttpAnswer ScriptedHttpAnswer::rawThenStall(std::string_view bytes) {
+    ScriptedHttpAnswer answer = raw(bytes);
+    answer.holdOpen = true;
+    return answer;
+}
+
 ScriptedHttpAnswer ScriptedHttpAnswer::withHeader(std::string name, std::string value) && {
     headers.append(std::move(name), std::move(value));
     return std::move(*this);

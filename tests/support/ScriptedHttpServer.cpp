@@ -3,7 +3,10 @@
 #include <arpa/inet.h>
 #include <microhttpd.h>
 #include <netinet/in.h>
+#include <poll.h>
+#include <sys/socket.h>
 
+#include <cerrno>
 #include <cstring>
 #include <exception>
 #include <stdexcept>
@@ -68,6 +71,11 @@ struct ScriptedHttpServer::Callbacks {
                 return MHD_NO;
             case ScriptedHttpAnswer::Action::closeConnection:
                 return MHD_NO;
+            case ScriptedHttpAnswer::Action::sendRaw:
+                // Under TLS the socket's bytes are the cipher's, so a raw answer cannot be written.
+                if (server._tls) return refuse(connection, "The test server cannot write raw bytes under TLS");
+                if (writeRaw(connection, answer.body) && answer.holdOpen) server.waitUntilStopped();
+                return MHD_NO;
             case ScriptedHttpAnswer::Action::respond:
                 break;
         }
@@ -90,6 +98,26 @@ struct ScriptedHttpServer::Callbacks {
         return queued;
     }
 
+    // Writes the bytes straight to the connection's socket, past the daemon, which then only closes it.
+    static bool writeRaw(MHD_Connection* connection, const QMRData& bytes) {
+        const MHD_ConnectionInfo* info = MHD_get_connection_info(connection, MHD_CONNECTION_INFO_CONNECTION_FD);
+        if (info == nullptr) return false;
+        std::size_t sent = 0;
+        while (sent < bytes.size()) {
+            const ssize_t written = ::send(info->connect_fd, bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);
+            if (written > 0) {
+                sent += static_cast<std::size_t>(written);
+            } else if (written < 0 && (errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR)) {
+                // The daemon's sockets do not block; wait for room instead.
+                pollfd writable{info->connect_fd, POLLOUT, 0};
+                ::poll(&writable, 1, -1);
+            } else {
+                return false;
+            }
+        }
+        return true;
+    }
+
     static MHD_Result refuse(MHD_Connection* connection, const std::string& reason) {
         ScriptedHttpAnswer answer = ScriptedHttpAnswer::withStatus(500, reason);
         return respond(connection, answer);
@@ -97,17 +125,28 @@ struct ScriptedHttpServer::Callbacks {
 };
 
 ScriptedHttpServer::ScriptedHttpServer() {
+    start();
+}
+
+ScriptedHttpServer::ScriptedHttpServer(Tls tls) : _tls(std::move(tls)) {
+    start();
+}
+
+void ScriptedHttpServer::start() {
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_port = 0;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     // A thread per connection lets a stalled answer block its own thread only.
-    const unsigned flags = MHD_USE_THREAD_PER_CONNECTION | MHD_USE_INTERNAL_POLLING_THREAD;
+    const unsigned flags = MHD_USE_THREAD_PER_CONNECTION | MHD_USE_INTERNAL_POLLING_THREAD | (_tls ? MHD_USE_TLS : 0);
+    // Without TLS the key and certificate options are left out by ending the list early.
+    const MHD_OPTION tlsKey = _tls ? MHD_OPTION_HTTPS_MEM_KEY : MHD_OPTION_END;
     _daemon = MHD_start_daemon(flags, 0, nullptr, nullptr, &Callbacks::dispatch, this,  //
                                MHD_OPTION_SOCK_ADDR, &address,                          //
                                MHD_OPTION_URI_LOG_CALLBACK, &Callbacks::beginRequest, this, MHD_OPTION_NOTIFY_COMPLETED,
                                &Callbacks::endRequest, this, MHD_OPTION_NOTIFY_CONNECTION, &Callbacks::noteConnection,
-                               this, MHD_OPTION_END);
+                               this, tlsKey, _tls ? _tls->keyPem.c_str() : nullptr, MHD_OPTION_HTTPS_MEM_CERT,
+                               _tls ? _tls->certificatePem.c_str() : nullptr, MHD_OPTION_END);
     if (_daemon == nullptr) throw std::runtime_error("The scripted HTTP server could not start");
     const MHD_DaemonInfo* info = MHD_get_daemon_info(_daemon, MHD_DAEMON_INFO_BIND_PORT);
     if (info == nullptr || info->port == 0) {
@@ -133,7 +172,7 @@ void ScriptedHttpServer::stop() {
 }
 
 std::string ScriptedHttpServer::baseUrl() const {
-    return "http://127.0.0.1:" + std::to_string(_port);
+    return (_tls ? "https://127.0.0.1:" : "http://127.0.0.1:") + std::to_string(_port);
 }
 
 std::string ScriptedHttpServer::url(std::string_view target) const {

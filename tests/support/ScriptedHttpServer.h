@@ -12,6 +12,8 @@
 // gets 500 "No scripted answer". A request is recorded before it is answered, so it is visible as
 // soon as the client has its answer.
 //
+// Constructed with a certificate and key, the server speaks HTTPS instead (raw answers excepted).
+//
 // Note that curl silently resends a request once when a reused connection closes without an answer;
 // script closeConnection() on a fresh connection (the first request of a session) to see it fail.
 #include <condition_variable>
@@ -20,6 +22,7 @@
 #include <deque>
 #include <functional>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -33,13 +36,21 @@ class ScriptedHttpServer {
 public:
     using Handler = std::function<ScriptedHttpAnswer(const ScriptedHttpRequest&)>;
 
+    // The server's identity for HTTPS: a certificate (chain) and its private key, both PEM text.
+    struct Tls {
+        std::string certificatePem;
+        std::string keyPem;
+    };
+
     ScriptedHttpServer();
+    // Speaks HTTPS with this identity; baseUrl() then starts with "https://".
+    explicit ScriptedHttpServer(Tls tls);
     ~ScriptedHttpServer();
     ScriptedHttpServer(const ScriptedHttpServer&) = delete;
     ScriptedHttpServer& operator=(const ScriptedHttpServer&) = delete;
 
     std::uint16_t port() const noexcept { return _port; }
-    // "http://127.0.0.1:<port>"
+    // "http://127.0.0.1:<port>" (https for a TLS server)
     std::string baseUrl() const;
     // baseUrl() followed by target, e.g. url("/a?b=c").
     std::string url(std::string_view target) const;
@@ -67,6 +78,10 @@ private:
     void record(const ScriptedHttpRequest& request);
     void waitUntilStopped();
 
+    void start();
+
+    // Kept for the daemon's whole life: it reads the PEM text from here.
+    std::optional<Tls> _tls;
     MHD_Daemon* _daemon = nullptr;
     std::uint16_t _port = 0;
 

@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <limits>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -406,6 +408,26 @@ TEST_F(WebDavDataStore, UnreadableAnswersAreUnknownErrors) {
         expectError(101, "Unknown Response");
     }
     EXPECT_EQ(store.applicationExclusiveAccessLockToken(), "");
+}
+
+TEST_F(WebDavDataStore, StorageSpaceBeyondSixtyFourBitsEndsAtTheLimit) {
+    const auto quotaAnswer = [](const char* available, const char* used) {
+        return answer(207, multistatus({fmt::format(
+                               "<d:response><d:href>/data/</d:href><d:propstat><d:prop><d:quota-available-bytes>{}"
+                               "</d:quota-available-bytes><d:quota-used-bytes>{}</d:quota-used-bytes></d:prop>"
+                               "<d:status>HTTP/1.1 200 OK</d:status></d:propstat></d:response>",
+                               available, used)}));
+    };
+    server.enqueue(quotaAnswer("9223372036854775807", "1000")).enqueue(quotaAnswer("400", "600"));
+
+    std::optional<QMRStorageSpaceInfo> unlimited = store.getStorageSpace(error);
+    ASSERT_TRUE(unlimited.has_value());
+    EXPECT_EQ(unlimited->allocatedPlusUnallocatedBytes(), std::numeric_limits<std::int64_t>::max());
+    EXPECT_EQ(unlimited->unallocatedBytes(), std::numeric_limits<std::int64_t>::max());
+    std::optional<QMRStorageSpaceInfo> ordinary = store.getStorageSpace(error);
+    ASSERT_TRUE(ordinary.has_value());
+    EXPECT_EQ(ordinary->allocatedPlusUnallocatedBytes(), 1000);
+    EXPECT_EQ(ordinary->unallocatedBytes(), 400);
 }
 
 TEST_F(WebDavDataStore, TransportFailuresMeanTheServerIsUnavailable) {

@@ -138,4 +138,18 @@ TEST_F(WebDavTransceiver, FilteredMultistatusDropsIncompleteAndUnwantedResponses
     EXPECT_EQ(kept, std::vector<std::string>{"/data/live"});
 }
 
+TEST_F(WebDavTransceiver, FilteredMultistatusWhosePrefixIsNoXmlNameIsUnrecognised) {
+    // The prefix goes into the cleaning patterns: one that is no XML name must not break them.
+    const std::string body = "<d:multistatus xmlns:d=\"DAV:\" xmlns:x(=\"" +
+                             std::string(QMRWebDavDataStoreXmlNamespace) +
+                             "\"><d:response><d:href>/data/f1</d:href></d:response></d:multistatus>";
+    QMRWebDavTransceiver filtered = exchange(answer(207, body));
+    filtered.respFilterForChange = std::vector<std::string>{"deleted"};
+    filtered.send();
+    QMRErrorSlot error = filtered.constructError();
+    ASSERT_TRUE(error.has_value());
+    EXPECT_EQ(error->code(), 101);
+    EXPECT_EQ(error->localizedDescription(), "Unknown Response");
+}
+
 }  // namespace

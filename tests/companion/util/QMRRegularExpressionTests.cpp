@@ -240,6 +240,38 @@ TEST(QMRRegularExpressionValidatedText, InvalidUtf8IsRefusedWhenChecked) {
     }
 }
 
+// The check of a whole page must accept exactly what a search accepts: whatever it let through is
+// later searched without PCRE2's own check.
+TEST(QMRRegularExpressionValidatedText, AcceptsExactlyTheTextsASearchAccepts) {
+    const QMRRegularExpression search("z");
+    const auto searchAccepts = [&](const std::string& text) {
+        try {
+            search.firstMatchInString(text);
+            return true;
+        } catch (const QMRRegularExpressionMatchException&) {
+            return false;
+        }
+    };
+    const auto checkAccepts = [](const std::string& text) {
+        try {
+            QMRUtf8Text::validated(text);
+            return true;
+        } catch (const QMRRegularExpressionMatchException&) {
+            return false;
+        }
+    };
+    const std::string nexts = std::string("\x00\x41\x7F\x80\x8F\x90\x9F\xA0\xBF\xC0\xFF", 11);
+    for (int lead = 0x7F; lead <= 0xFF; ++lead)
+        for (char second : nexts)
+            for (char third : {'\x80', '\xBF', 'A'})
+                // Before it, ASCII runs that end on both sides of a word; after it, the end or more.
+                for (const std::string tail : {"", "\x80", "\xBF\x80", "abcdefgh"}) {
+                    const std::string text =
+                        std::string(lead % 11, 'a') + static_cast<char>(lead) + second + third + tail;
+                    EXPECT_EQ(checkAccepts(text), searchAccepts(text)) << testing::PrintToString(text);
+                }
+}
+
 TEST(QMRRegularExpressionValidatedText, RangeCuttingACharacterOrBeyondTheTextRaisesRangeException) {
     const std::string text = "a\xC3\xA9z";
     const QMRUtf8Text checked = QMRUtf8Text::validated(text);

@@ -92,4 +92,15 @@ TEST(QMRXmlElementContent, EmptyTextAddsNothing) {
     EXPECT_EQ(QMRXmlElement(D, "exclusive", {""}).toStringWithIndentation(0), "<D:exclusive xmlns:D=\"DAV:\"/>");
 }
 
+TEST(QMRXmlElementContent, TextElementWrittenInBulkIsWhatTheElementWrites) {
+    for (const std::string text : {"", "17", "/R&D/<draft> a\r\n.txt", "caf\xC3\xA9 \t]]>"}) {
+        std::string bulk = "x";
+        QMRXmlElement::appendTextElement(bulk, "Path", text);
+        EXPECT_EQ(bulk, "x" + QMRXmlElement("Path", {text}).toStringWithIndentation(0)) << text;
+    }
+    std::string out;
+    EXPECT_THROW(QMRXmlElement::appendTextElement(out, "Path", "a\x01"), QMRInvalidArgumentException);
+    EXPECT_THROW(QMRXmlElement::appendTextElement(out, "1a", "b"), QMRInvalidArgumentException);
+}
+
 }  // namespace

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # The start and stop scripts: a private server of each release starts on a free loopback port with
-# the account and quota it is given, and stop leaves no process, scratch directory or state file
-# behind, even when run twice.
+# the account and quota it is given, over https with --tls, and stop leaves no process, scratch
+# directory or state file behind, even when run twice.
 #
 #   lifecycle.sh SCRIPTS_DIR SERVER_EXECUTABLE
 set -euo pipefail
@@ -38,4 +38,14 @@ for release in 4.5.7 5.0.6; do
 
     check_stopped "$scripts"
 done
+
+state_file=$work/state-tls
+check_prefix="https: "
+printed_url=$("$scripts/start" --tls 5.0.6 "$state_file" "$server")
+check "start --tls prints the URL it records" equals "$printed_url" "$(value url)"
+check "... an https one on loopback" matches "$printed_url" '^https://127\.0\.0\.1:[0-9]+$'
+check "the recorded certificate is the one served" contains \
+    "$(curl -s --cacert "$(value tls-cert)" "$printed_url/status.php")" '"versionstring":"5.0.6"'
+check "reset trusts it too" "$scripts/reset" "$state_file"
+check_stopped "$scripts"
 finish

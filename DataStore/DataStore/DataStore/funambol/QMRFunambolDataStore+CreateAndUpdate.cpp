@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 
+#include "DataStore/contract/QMRDataStoreError.h"
 #include "DataStore/funambol/QMRFunambolDataStore.h"
 #include "DataStore/funambol/QMRFunambolErrorConverter.h"
 #include "DataStore/funambol/QMRFunambolJson.h"
@@ -60,6 +61,10 @@ void QMRFunambolDataStore::openFileForUpdating(const QMRFileMetadata& metadata, 
     validateNotLoggedOut();
     validateFileIdAvailable(metadata);
     validateSizeInBytesAvailable(metadata);
+    // The id goes out in a header at the end; refused there, it would leave the metadata rewritten.
+    if (!QMRUrlRequest::isFieldValue(metadata.fileId()))
+        comQuillmereUtil_ExceptionUtil::raise(QMRInvalidArgumentException::exceptionName,
+                                              "FileId must not contain a line break or NUL");
     QMRFunambolFileMetadataPtr stored = readFileMetadataForFileId(metadata.fileId(), error);
     if (error) return;
     updateFileMetadata(stored->systemContentType(), metadata, error);
@@ -83,8 +88,14 @@ std::optional<std::string> QMRFunambolDataStore::createFileMetadata(const QMRFil
                                                toData(constructWriteOrUpdateMetadataRequestContent(metadata)));
     QMRFunambolErrorConverter converter = exchange(request, error);
     if (error) return std::nullopt;
-    return QMRFunambolJson::toText(
-        QMRFunambolJson::member(QMRFunambolJson::rootOf(converter.deserializedJSON()), "id"));
+    std::optional<std::string> fileId =
+        QMRFunambolJson::toText(QMRFunambolJson::member(QMRFunambolJson::rootOf(converter.deserializedJSON()), "id"));
+    // The id travels in the content save's header: one that would break the header is no id.
+    if (fileId && !QMRUrlRequest::isFieldValue(*fileId)) {
+        error = QMRDataStoreError::errorWithCode(QMRDataStoreErrorUnknown, "Unknown error");
+        return std::nullopt;
+    }
+    return fileId;
 }
 
 void QMRFunambolDataStore::sendStream(ComQuillmereIO_Stream& stream, const std::string& systemContentType,

@@ -2,6 +2,7 @@
 #include <string>
 
 #include "DataStore/contract/QMRDataStoreError.h"
+#include "DataStore/funambol/QMRFunambolAnswers.h"
 #include "DataStore/funambol/QMRFunambolDataStore.h"
 #include "DataStore/funambol/QMRFunambolErrorConverter.h"
 #include "DataStore/funambol/QMRFunambolFileMetadataFastEnumeration.h"
@@ -11,37 +12,6 @@
 #include "companion/web/QMRUrlConnection.h"
 
 namespace {
-using QMRFunambolJson::member;
-
-QMRFunambolFileMetadataPtr convertToFileMetadata(const std::string& contentServerUrl, const nlohmann::json& entry) {
-    auto record = std::make_shared<QMRFunambolFileMetadata>();
-    auto dateOf = [&entry](std::string_view key) {
-        // A missing date reads as the epoch, as the server's own clients take it.
-        return QMRFunambolDataStore::toLocalDateFromUtcMilliseconds(
-            QMRFunambolJson::toDouble(member(&entry, key)).value_or(0));
-    };
-    record->setFileId(QMRFunambolJson::toText(member(&entry, "id")).value_or(""));
-    record->setName(QMRFunambolJson::toText(member(&entry, "name")).value_or(""));
-    record->setServerSideModificationDateInLocalTime(dateOf("date"));
-    record->setClientSideCreationDateInLocalTime(dateOf("creationdate"));
-    record->setClientSideModificationDateInLocalTime(dateOf("modificationdate"));
-    record->setSizeInBytes(QMRFunambolJson::toInt64(member(&entry, "size")).value_or(0));
-    record->setContentDownloadUrl(contentServerUrl + QMRFunambolJson::toText(member(&entry, "url")).value_or(""));
-    record->setSystemContentType(QMRFunambolJson::toText(member(&entry, "mediatype")).value_or(""));
-    return record;
-}
-
-// The records of one collection's answer: {"data":{"mediaserverurl":..., "<jsonNodeName>":[...]}}.
-// Missing parts contribute nothing, like an empty answer.
-void appendMetadataFromAnswer(const std::optional<nlohmann::json>& root, const std::string& jsonNodeName,
-                              QMRFunambolDataStore::MetadataList& records) {
-    const nlohmann::json* data = member(QMRFunambolJson::rootOf(root), "data");
-    const nlohmann::json* entries = QMRFunambolJson::arrayMember(data, jsonNodeName);
-    if (!entries) return;
-    const std::string contentServerUrl = QMRFunambolJson::toText(member(data, "mediaserverurl")).value_or("");
-    for (const nlohmann::json& entry : *entries) records.push_back(convertToFileMetadata(contentServerUrl, entry));
-}
-
 // The requested ids that no record carries, in request order.
 std::vector<std::string> missingFileIds(const std::vector<std::string>& requested,
                                         const QMRFunambolDataStore::MetadataList& records) {
@@ -134,7 +104,8 @@ std::optional<QMRFunambolDataStore::MetadataList> QMRFunambolDataStore::readFile
         request.setHTTPMethod("GET");
         QMRFunambolErrorConverter converter = exchange(request, error);
         if (error) return std::nullopt;
-        appendMetadataFromAnswer(converter.deserializedJSON(), collection.jsonNodeName(), records);
+        QMRFunambolAnswers::appendFileMetadata(QMRFunambolJson::rootOf(converter.deserializedJSON()),
+                                               collection.jsonNodeName(), records);
     }
     return records;
 }

@@ -1,3 +1,4 @@
+#include "DataStore/funambol/QMRFunambolAnswers.h"
 #include "DataStore/funambol/QMRFunambolDataStore.h"
 #include "DataStore/funambol/QMRFunambolErrorConverter.h"
 #include "DataStore/funambol/QMRFunambolJson.h"
@@ -8,10 +9,7 @@ std::optional<QMRStorageSpaceInfo> QMRFunambolDataStore::getStorageSpace(QMRErro
     request.setHTTPMethod("POST");
     QMRFunambolErrorConverter converter = exchange(request, error);
     // Deliberately a record even on failure (0 and 0): callers look at the error first.
-    const std::optional<nlohmann::json>& root = converter.deserializedJSON();
-    const nlohmann::json* data = QMRFunambolJson::member(QMRFunambolJson::rootOf(root), "data");
-    return QMRStorageSpaceInfo(QMRFunambolJson::toInt64(QMRFunambolJson::member(data, "quota")).value_or(0),
-                               QMRFunambolJson::toInt64(QMRFunambolJson::member(data, "free")).value_or(0));
+    return QMRFunambolAnswers::storageSpaceInfo(QMRFunambolJson::rootOf(converter.deserializedJSON()));
 }
 
 std::string QMRFunambolDataStore::constructStorageSpaceRequestUri() const {

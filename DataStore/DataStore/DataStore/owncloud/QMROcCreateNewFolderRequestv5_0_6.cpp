@@ -4,6 +4,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include "companion/xml/QMRXmlSyntax.h"
+
 std::string QMROcCreateNewFolderRequestv5_0_6::constructCreateNewFolderRequestUrl() const {
     return fixedUrl("/index.php/apps/files/ajax/newfolder.php");
 }
@@ -19,9 +21,12 @@ std::optional<std::string> QMROcCreateNewFolderRequestv5_0_6::extractId(const QM
     const nlohmann::json* id = nullptr;
     if (answer.is_object() && answer.contains("data") && answer["data"].is_object() && answer["data"].contains("id"))
         id = &answer["data"]["id"];
-    if (!id || id->is_null()) {
+    std::optional<std::string> identifier;
+    if (id && !id->is_null()) identifier = id->is_string() ? id->get<std::string>() : id->dump();
+    // The id is handed out inside an id text (XML), which cannot hold a control character.
+    if (!identifier || !QMRXmlSyntax::isRepresentable(*identifier)) {
         error = unrecognizedResponse(textOf(body));
         return std::nullopt;
     }
-    return id->is_string() ? id->get<std::string>() : id->dump();
+    return identifier;
 }

@@ -1,5 +1,7 @@
 #include "DataStore/owncloud/QMROcFileOrFolderId.h"
 
+#include <cstddef>
+
 #include "DataStore/contract/QMRFileMetadata.h"
 #include "companion/util/comQuillmereUtil_ExceptionUtil.h"
 #include "companion/xml/QMRXmlElement.h"
@@ -19,21 +21,18 @@ QMROcFileOrFolderId::QMROcFileOrFolderId(std::string_view idText) {
     _resourceType = toResourceTypeFromString(_resourceTypeName);
 }
 
-namespace {
-// An element holding only text, built by moves: a braced list of constructs would copy each one.
-QMRXmlElement textElement(std::string name, std::string text) {
-    QMRXmlElement element(std::move(name));
-    element.add(std::move(text));
-    return element;
-}
-}  // namespace
-
 std::string QMROcFileOrFolderId::toString() const {
-    QMRXmlElement id("OwnCloudId");
-    id.add(textElement("Id", _identifier));
-    id.add(textElement("Path", _path));
-    id.add(textElement("Type", _resourceTypeName));
-    return id.toStringWithIndentation(0);
+    // Written straight into one string, as listings make one id per row; room for the tags and a
+    // few escapes.
+    static constexpr std::size_t markupBytes = 96;
+    std::string text;
+    text.reserve(markupBytes + _identifier.size() + _path.size() + _resourceTypeName.size());
+    text += "<OwnCloudId>";
+    QMRXmlElement::appendTextElement(text, "Id", _identifier);
+    QMRXmlElement::appendTextElement(text, "Path", _path);
+    QMRXmlElement::appendTextElement(text, "Type", _resourceTypeName);
+    text += "</OwnCloudId>";
+    return text;
 }
 
 std::string QMROcFileOrFolderId::toStringFromResourceType(std::int32_t resourceType) {

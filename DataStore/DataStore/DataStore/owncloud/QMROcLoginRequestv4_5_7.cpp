@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include "companion/util/QMRRegularExpression.h"
+#include "companion/web/QMRUrlRequest.h"
 
 QMROcLoginRequestv4_5_7::QMROcLoginRequestv4_5_7(QMRUrlSession& session, std::string username, std::string password,
                                                  std::string url)
@@ -80,11 +81,14 @@ std::optional<std::string> QMROcLoginRequestv4_5_7::extractRequestTokenWithPatte
     } catch (const QMRRegularExpressionMatchException&) {
         // Neither a match nor a no-match: the page is not one we know, so there is no token.
     }
-    if (!match) {
+    std::string token = match ? std::string(match->substringAtIndex(text, 1).value_or("")) : std::string();
+    // The token goes out in the "requesttoken" header of every later change, and a header cannot
+    // carry a line break or NUL: such a token is no token.
+    if (!match || !QMRUrlRequest::isFieldValue(token)) {
         error = createError("Unknown Error - Request token not found", QMRDataStoreErrorUnknown);
         return std::nullopt;
     }
-    return std::string(match->substringAtIndex(text, 1).value_or(""));
+    return token;
 }
 
 void QMROcLoginRequestv4_5_7::initializeUserDatabase(const std::string& requestToken, QMRErrorSlot& error) {

@@ -12,7 +12,6 @@
 #include "companion/util/QMRExceptions.h"
 #include "companion/util/QMRGuid.h"
 #include "companion/web/QMRUriUtil.h"
-#include "companion/xml/RXMLElement.h"
 
 namespace {
 
@@ -38,16 +37,28 @@ std::int64_t leadingInteger(std::string_view text) {
     return failure == std::errc() ? value : 0;
 }
 
-// The element that a matched piece of the page opens, for reading its attributes. The page was
-// checked as UTF-8 before its rows were walked, so the search of the row need not check it again;
-// markup is a buffer reused from row to row.
-RXMLElement elementOfMatch(const QMRRegularExpression& pattern, const QMRUtf8Text& page, QMRTextRange row,
-                           std::string_view closingTag, std::string& markup) {
+// Reads the element that a matched piece of the page opens, closed by closingTag. The page was
+// checked as UTF-8 before its rows were walked, so the search of the row need not check it again.
+// The values read point into markup (a buffer reused from row to row) until element reads again.
+void readElementOfMatch(const QMRRegularExpression& pattern, const QMRUtf8Text& page, QMRTextRange row,
+                        std::string_view closingTag, std::string& markup, RXMLAttributeReader& element) {
     const std::optional<QMRRegularExpressionMatch> match = pattern.firstMatchInString(page, row);
-    if (!match) return {};
-    markup.assign(page.view().substr(match->range().location, match->range().length));
-    markup.append(closingTag);
-    return RXMLElement::elementFromXMLString(markup);
+    markup.clear();
+    if (match) {
+        markup.append(page.view().substr(match->range().location, match->range().length));
+        markup.append(closingTag);
+    }
+    // No match reads as no element: every attribute is missing.
+    element.read(markup);
+}
+
+bool equalsIgnoringAsciiCase(std::string_view text, std::string_view lowercaseWord) {
+    if (text.size() != lowercaseWord.size()) return false;
+    for (std::size_t index = 0; index < text.size(); ++index) {
+        const char c = text[index];
+        if ((c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c) != lowercaseWord[index]) return false;
+    }
+    return true;
 }
 
 }  // namespace
@@ -102,11 +113,11 @@ std::optional<QMROcReadFolderContentResponsev4_5_7::MetadataList> QMROcReadFolde
     const std::string_view text = textOf(body);
     const RowPatterns patterns = rowPatterns();
     QMROcReadFolderContentResponsev4_5_7::MetadataList metadatas;
-    std::string markup;
+    RowScratch scratch;
     try {
         const QMRUtf8Text page = QMRUtf8Text::validated(text);
         patterns.row.enumerateMatchesInString(page, [&](const QMRRegularExpressionMatch& row, bool&) {
-            metadatas.push_back(metadataFromRow(page, row.range(), patterns, markup));
+            metadatas.push_back(metadataFromRow(page, row.range(), patterns, scratch));
         });
     } catch (const QMRRegularExpressionMatchException&) {
         // A page too large for the patterns or not UTF-8: neither rows nor no rows.
@@ -122,10 +133,11 @@ std::optional<QMROcReadFolderContentResponsev4_5_7::MetadataList> QMROcReadFolde
 
 QMRFileMetadataPtr QMROcReadFolderContentRequestv4_5_7::metadataFromRow(const QMRUtf8Text& page, QMRTextRange row,
                                                                         const RowPatterns& patterns,
-                                                                        std::string& markup) const {
+                                                                        RowScratch& scratch) const {
     // A row without opening tag or modification cell reads as empty attributes, never a failure.
-    const RXMLElement tag = elementOfMatch(patterns.openingTag, page, row, "</tr>", markup);
-    const std::int32_t resourceType = lowercased(tag.attribute("data-type")) == "file"
+    readElementOfMatch(patterns.openingTag, page, row, "</tr>", scratch.markup, scratch.element);
+    const RXMLAttributeReader& tag = scratch.element;
+    const std::int32_t resourceType = equalsIgnoringAsciiCase(tag.attribute("data-type"), "file")
                                           ? QMRFileMetadata::resourceTypeFile
                                           : QMRFileMetadata::resourceTypeFolder;
     const std::string name = QMRUriUtil::decodeFromPercentEscapeString(tag.attribute("data-file"));
@@ -140,12 +152,13 @@ QMRFileMetadataPtr QMROcReadFolderContentRequestv4_5_7::metadataFromRow(const QM
     // Listings hide the upload suffix; the id keeps it so that the server finds the file.
     const bool hiddenSuffix = resourceType == QMRFileMetadata::resourceTypeFile && containsGuidExtension(fullPath);
     metadata->setName(hiddenSuffix ? fullPath.substr(0, fullPath.size() - guidExtensionLength) : fullPath);
-    metadata->setFileId(QMROcFileOrFolderId(tag.attribute("data-id"), fullPath, resourceType).toString());
-    metadata->setMimeContentType(tag.attribute("data-mime"));
+    metadata->setMimeContentType(std::string(tag.attribute("data-mime")));
     metadata->setSizeInBytes(leadingInteger(tag.attribute("data-size")));
+    metadata->setFileId(
+        QMROcFileOrFolderId(std::string(tag.attribute("data-id")), std::move(fullPath), resourceType).toString());
 
-    const RXMLElement cell = elementOfMatch(patterns.modifiedCell, page, row, "", markup);
-    metadata->setServerSideModificationDateInLocalTime(toModificationDate(cell.attribute("title")));
+    readElementOfMatch(patterns.modifiedCell, page, row, "", scratch.markup, scratch.element);
+    metadata->setServerSideModificationDateInLocalTime(toModificationDate(scratch.element.attribute("title")));
     return metadata;
 }
 

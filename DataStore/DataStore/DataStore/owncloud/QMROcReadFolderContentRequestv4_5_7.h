@@ -10,6 +10,7 @@
 #include "DataStore/owncloud/QMROcReadFolderContentResponsev4_5_7.h"
 #include "DataStore/owncloud/QMROcRequest.h"
 #include "companion/util/QMRRegularExpression.h"
+#include "companion/xml/RXMLAttributeReader.h"
 
 class QMROcReadFolderContentRequestv4_5_7 : public QMROcRequest {
 public:
@@ -46,9 +47,14 @@ protected:
     virtual std::string expectedBreadcrumbLink() const;
     // The "title" of the modification cell as a date; none when it does not parse.
     virtual std::optional<QMRDate> toModificationDate(std::string_view title) const;
-    // The record of one row of the page; markup is scratch space reused from row to row.
+    // What reading a row needs, kept from row to row so that rows cost no fresh buffers.
+    struct RowScratch {
+        std::string markup;
+        RXMLAttributeReader element;
+    };
+    // The record of one row of the page.
     QMRFileMetadataPtr metadataFromRow(const QMRUtf8Text& page, QMRTextRange row, const RowPatterns& patterns,
-                                       std::string& markup) const;
+                                       RowScratch& scratch) const;
 
 private:
     std::string _folderPath;

@@ -7,6 +7,7 @@
 #include "companion/web/QMRUriBuilder.h"
 #include "companion/web/QMRUrlConnection.h"
 #include "companion/web/QMRUrlEncodedBodyBuilder.h"
+#include "companion/xml/QMRXmlSyntax.h"
 
 QMROcRequest::QMROcRequest(QMRUrlSession& session, std::string baseUrl)
     : _session(&session), _baseUrl(std::move(baseUrl)) {}
@@ -114,11 +115,13 @@ std::optional<std::string> QMROcRequest::firstCapture(const QMRData& body, const
     } catch (const QMRRegularExpressionMatchException&) {
         // Neither a match nor a no-match: an answer we do not know.
     }
-    if (!match) {
+    std::string capture = match ? std::string(match->substringAtIndex(text, 1).value_or("")) : std::string();
+    // The id is handed out inside an id text (XML), which cannot hold every byte a server may send.
+    if (!match || !QMRXmlSyntax::isRepresentable(capture)) {
         error = unrecognizedResponse(text);
         return std::nullopt;
     }
-    return std::string(match->substringAtIndex(text, 1).value_or(""));
+    return capture;
 }
 
 QMRError QMROcRequest::expiredOrUnrecognizedResponse(std::string_view body) {

@@ -70,8 +70,9 @@ protected:
     static bool reportsSuccessWithId(std::string_view lowercasedText);
     // 101 "Unrecognized response: <body>".
     static QMRError unrecognizedResponse(std::string_view body);
-    // The first capture of pattern, matched once against the body's text; none, with
-    // unrecognizedResponse set, when it does not match.
+    // The first capture of pattern, matched once against the body's text: a created entry's server
+    // id. None, with unrecognizedResponse set, when it does not match or when the capture is no text
+    // an id can carry (broken UTF-8, a control character).
     static std::optional<std::string> firstCapture(const QMRData& body, const QMRRegularExpression& pattern,
                                                    QMRErrorSlot& error);
     // The error for a page or ajax answer that is not the expected one: 102 "Unauthorized" when

@@ -7,6 +7,7 @@
 #include "DataStore/webdav/QMRWebDavDataStore.h"
 #include "DataStore/webdav/QMRWebDavTransceiver.h"
 #include "DataStore/webdav/QMRWebDavXml.h"
+#include "companion/web/QMRUrlRequest.h"
 
 std::uint32_t QMRWebDavDataStore::applyApplicationExclusiveAccessLockWithTimeout(std::uint32_t timeout,
                                                                                  QMRErrorSlot& error) {
@@ -26,8 +27,8 @@ std::uint32_t QMRWebDavDataStore::applyApplicationExclusiveAccessLockWithTimeout
     error = lock.constructError();
     if (error) return 0;
     QMRWebDavLockInfo info = extractLockInfoFromXml(RXMLElement::elementFromXMLData(lock.respRawData));
-    if (info.lockToken().empty()) {
-        // A lock we cannot name is no lock: writes could never prove they hold it.
+    if (info.lockToken().empty() || !QMRUrlRequest::isFieldValue(info.lockToken())) {
+        // A lock we cannot name, or not in a header, is no lock: writes could never prove they hold it.
         error = QMRWebDavTransceiver::unrecognizedResponseError();
         return 0;
     }

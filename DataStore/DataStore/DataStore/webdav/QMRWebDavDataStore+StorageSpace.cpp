@@ -1,4 +1,5 @@
 #include <charconv>
+#include <limits>
 
 #include "DataStore/contract/QMRDataStoreConstants.h"
 #include "DataStore/webdav/QMRWebDavDataStore.h"
@@ -10,6 +11,15 @@ std::int64_t toInt64(const std::string& text) {
     std::int64_t value = 0;
     std::from_chars(text.data(), text.data() + text.size(), value);
     return value;
+}
+
+// A sum beyond 64 bits (a server announcing its largest number as "unlimited") ends at the limit.
+std::int64_t saturatingSum(std::int64_t a, std::int64_t b) {
+    constexpr std::int64_t most = std::numeric_limits<std::int64_t>::max();
+    constexpr std::int64_t least = std::numeric_limits<std::int64_t>::min();
+    if (b > 0 && a > most - b) return most;
+    if (b < 0 && a < least - b) return least;
+    return a + b;
 }
 }  // namespace
 
@@ -38,5 +48,5 @@ QMRStorageSpaceInfo QMRWebDavDataStore::extractStorageSpaceInfoFromXml(const RXM
     RXMLElement prop = multistatus.child("response.propstat.prop");
     std::int64_t available = toInt64(prop.child("quota-available-bytes").text());
     std::int64_t used = toInt64(prop.child("quota-used-bytes").text());
-    return QMRStorageSpaceInfo(used + available, available);
+    return QMRStorageSpaceInfo(saturatingSum(used, available), available);
 }

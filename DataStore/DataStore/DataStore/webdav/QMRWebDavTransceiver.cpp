@@ -15,6 +15,7 @@
 #include "companion/web/QMRUrlConnection.h"
 #include "companion/web/QMRUrlError.h"
 #include "companion/web/QMRUrlRequest.h"
+#include "companion/xml/QMRXmlSyntax.h"
 
 namespace {
 
@@ -149,8 +150,9 @@ QMRErrorSlot QMRWebDavTransceiver::HandleMultiStatusCode() {
         if (respFilterForChange) {
             std::optional<std::string> prefix = findNamespaceNameForUri(QMRWebDavDataStoreXmlNamespace, xml);
             // Every filtered read asks for custom properties, so an answer that never names their
-            // namespace is not one we can judge.
-            if (!prefix) return unrecognizedResponseError();
+            // namespace is not one we can judge. The prefix goes into the cleaning patterns, so
+            // anything but a real prefix (an XML name) is refused as well.
+            if (!prefix || !QMRXmlSyntax::isName(*prefix, false)) return unrecognizedResponseError();
             xml = filterChangeElementWithNamespace(*prefix, std::move(xml));
         }
         respXml = RXMLElement::elementFromXMLString(xml);

@@ -1,0 +1,6 @@
+#include "DataStore/owncloud/QMROcDataStore.h"
+
+void QMROcDataStore::deleteFileOrFolder(const std::string& fileOrFolderId, QMRErrorSlot& error) {
+    _authenticator->throwExceptionWhenNotLoggedIn();
+    newDeleteFileOrFolderRequest(fileOrFolderId)->send(error);
+}

@@ -1,0 +1,3 @@
+#include "DataStore/owncloud/QMROwnCloudDataStoreAdministration.h"
+
+QMROwnCloudDataStoreAdministration::~QMROwnCloudDataStoreAdministration() = default;

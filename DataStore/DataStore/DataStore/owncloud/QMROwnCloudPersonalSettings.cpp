@@ -1,0 +1,7 @@
+#include "DataStore/owncloud/QMROwnCloudPersonalSettings.h"
+
+#include <fmt/format.h>
+
+std::string QMROwnCloudPersonalSettings::description() const {
+    return fmt::format("EmailAddress: {}", _emailAddress);
+}
