@@ -71,13 +71,14 @@ int main(int argc, char** argv) {
 
     step("first sync");
     std::string token;
-    printChanges(store->retrieveFileChangesWithSyncToken(token, error), token);
+    auto changes = store->retrieveFileChangesWithSyncToken(token, error);
     check(error);
+    printChanges(changes, token);
 
     step("read all file metadata");
     auto all = store->readAllFileMetadata(error);
-    printFiles(all);
     check(error);
+    printFiles(all);
 
     step("read the content back");
     store->openFileForReading(metadata.fileId(), error, [](ComQuillmereIO_Stream& stream) {
@@ -94,12 +95,14 @@ int main(int argc, char** argv) {
     setSizeOf(metadata, newContent);
     store->openFileForUpdating(metadata, error, [&](ComQuillmereIO_Stream& stream) { stream.write(newContent); });
     check(error);
-    printFiles(store->readFileMetadataWithSpecificFileIds({metadata.fileId()}, error));
+    auto updated = store->readFileMetadataWithSpecificFileIds({metadata.fileId()}, error);
     check(error);
+    printFiles(updated);
 
     step("changes since the first sync");
-    printChanges(store->retrieveFileChangesWithSyncToken(token, error), token);
+    changes = store->retrieveFileChangesWithSyncToken(token, error);
     check(error);
+    printChanges(changes, token);
 
     if (store->supportsOperation(applyApplicationExclusiveAccessLockWithTimeout)) {
         step("take, refresh and release the exclusive lock");
@@ -124,12 +127,14 @@ int main(int argc, char** argv) {
     step("delete the file");
     store->deleteFileWithSpecificFileIds({metadata.fileId()}, error);
     check(error);
-    std::cout << "files left: " << store->readAllFileMetadata(error)->toVector().size() << '\n';
+    all = store->readAllFileMetadata(error);
     check(error);
+    std::cout << "files left: " << all->toVector().size() << '\n';
 
     step("changes since the last sync");
-    printChanges(store->retrieveFileChangesWithSyncToken(token, error), token);
+    changes = store->retrieveFileChangesWithSyncToken(token, error);
     check(error);
+    printChanges(changes, token);
 
     if (store->supportsOperation(QMRDataStoreOperation::close)) {
         step("close the session");
