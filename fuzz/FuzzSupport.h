@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <string_view>
 
+#include "companion/util/QMRError.h"
 #include "companion/util/QMRTypes.h"
 #include "companion/web/QMRUrlSession.h"
 
@@ -34,6 +35,17 @@ inline void require(bool holds, const char* promise) {
     if (holds) return;
     std::fprintf(stderr, "fuzz: broken promise: %s\n", promise);
     std::abort();
+}
+
+// The code of the error that a request's check of an answer sets (its description shown, as a caller
+// would show it), or 0 when the check accepts the answer.
+template <class Request>
+long refusalOf(const Request& request, const QMRData& answer) {
+    QMRErrorSlot error;
+    request.validateResponseBody(answer, error);
+    if (!error) return 0;
+    (void)error->localizedDescription();
+    return error->code();
 }
 
 }  // namespace fuzz
