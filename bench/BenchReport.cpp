@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <regex>
 
 namespace bench_report {
 
@@ -42,6 +43,16 @@ benchmark::internal::Benchmark* timed(benchmark::internal::Benchmark* benchmark,
         ->Unit(benchmark::kMillisecond)
         ->Repetitions(repetitions)
         ->MinTime(minSecondsPerRepetition);
+}
+
+bool filterSelectsAny(const std::string& filter, const std::vector<std::string_view>& names) {
+    const bool exclude = filter.starts_with('-');
+    const std::string pattern = exclude ? filter.substr(1) : filter;
+    if (pattern.empty() || pattern == "all") return !exclude;
+    const std::regex expression(pattern);
+    return std::any_of(names.begin(), names.end(), [&](std::string_view name) {
+        return std::regex_search(name.begin(), name.end(), expression) != exclude;
+    });
 }
 
 std::string milliseconds(std::optional<double> seconds) {

@@ -3,6 +3,7 @@
 // spreads, the per-repetition seconds kept for a closing summary, and the figures' formatting.
 #include <benchmark/benchmark.h>
 
+#include <chrono>
 #include <cstddef>
 #include <map>
 #include <optional>
@@ -31,9 +32,21 @@ private:
 // The middle value (the mean of the two middle ones for an even count); values must not be empty.
 double median(std::vector<double> values);
 
+// The wall time work() takes, in seconds.
+template <class Work>
+double secondsOf(Work work) {
+    const auto start = std::chrono::steady_clock::now();
+    work();
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
 // Wall time in milliseconds, repeated so that the summary can take a median.
 benchmark::internal::Benchmark* timed(benchmark::internal::Benchmark* benchmark, int repetitions,
                                       double minSecondsPerRepetition);
+
+// Whether a Google Benchmark filter (a regular expression, "-" in front to exclude, empty or "all"
+// for every benchmark) selects any of the named benchmarks.
+bool filterSelectsAny(const std::string& filter, const std::vector<std::string_view>& names);
 
 // "12.3 ms", or "n/a" for a benchmark that did not run.
 std::string milliseconds(std::optional<double> seconds);

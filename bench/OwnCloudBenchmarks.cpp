@@ -4,10 +4,12 @@
 //   listing   the whole request: fetch, then rows found and read into records
 //   floor     the release's row pattern enumerated over the same page by QMRRegularExpression
 //             (PCRE2, JIT-compiled): the least a listing that finds rows by that pattern can cost
-// and, to show where the rest goes, the page read into records in memory, the page fetched by a raw
+// measured in pairs, one right after the other, so that both meet the same load on the machine; and,
+// to show where the rest goes, the page read into records in memory, the page fetched by a raw
 // socket client, and the row pattern run by raw PCRE2 without the wrapper. A summary with the ratios
-// closes the output. Figures are medians over the repetitions, of wall time. The streamed transfers
-// of 1 GiB follow (OwnCloudTransferBench), with their own summary.
+// closes the output. Figures are medians of wall time (the ratio: the median of the pairs' ratios);
+// repetitions are interleaved at random with those of the other benchmarks. The streamed transfers of
+// 1 GiB follow (OwnCloudTransferBench), with their own summary.
 #define PCRE2_CODE_UNIT_WIDTH 8
 #include <benchmark/benchmark.h>
 #include <fmt/format.h>
@@ -37,8 +39,10 @@ namespace {
 using owncloud_bench::Release;
 
 constexpr std::size_t kRows = 10'000;
-constexpr int kRepetitions = 3;
-constexpr double kMinSecondsPerRepetition = 0.3;
+constexpr int kRepetitions = 9;
+constexpr double kMinSecondsPerRepetition = 0.15;
+// Listings with their floor, each pair one repetition.
+constexpr int kPairs = 31;
 constexpr double kGoalRatio = 3.0;
 constexpr std::string_view kHtmlContentType = "text/html; charset=utf-8";
 
@@ -67,6 +71,10 @@ struct ReleasePage {
     LoopbackHttpAnswer answer;
 };
 
+std::size_t indexOf(Release release) {
+    return release == Release::v4_5_7 ? 0 : 1;
+}
+
 // Both releases' pages of the same entries, one server answering each at its release's address.
 class BenchSetting {
 public:
@@ -81,7 +89,7 @@ public:
     BenchSetting& operator=(const BenchSetting&) = delete;
 
     const std::vector<owncloud_bench::Entry>& entries() const { return _entries; }
-    const ReleasePage& pageOf(Release release) const { return _pages[release == Release::v4_5_7 ? 0 : 1]; }
+    const ReleasePage& pageOf(Release release) const { return _pages[indexOf(release)]; }
     const LoopbackHttpServer& server() const { return _server; }
     std::string baseUrl() const { return _server.baseUrl(); }
 
@@ -107,12 +115,18 @@ private:
 
 BenchSetting* setting = nullptr;
 
+// Seconds of each listing and of the floor run next to it, per release.
+struct PairedRuns {
+    std::vector<double> ours;
+    std::vector<double> floor;
+};
+PairedRuns pairedRuns[2];
+
 std::string benchmarkName(const ReleasePage& page, std::string_view what) {
     return fmt::format("owncloud_{}/{}", page.label, what);
 }
 namespace name {
-constexpr std::string_view listing = "ours_listing_10000_rows";
-constexpr std::string_view floor = "floor_QMRRegularExpression_row_pattern";
+constexpr std::string_view listingAndFloor = "ours_listing_10000_rows_then_floor_QMRRegularExpression";
 constexpr std::string_view rawPcre2 = "step_raw_pcre2_jit_row_pattern";
 constexpr std::string_view extract = "step_extractMetadatas_in_memory";
 constexpr std::string_view fetch = "step_raw_client_fetch";
@@ -132,30 +146,36 @@ std::optional<QMROcReadFolderContentResponsev4_5_7::MetadataList> listRoot(Relea
 
 // ---- timed ----
 
-void oursListing(benchmark::State& state, Release release) {
-    QMRUrlSession session;
-    for (auto _ : state) {
-        QMRErrorSlot error;
-        auto records = listRoot(release, session, error);
-        if (error || !records || records->size() != kRows) {
-            state.SkipWithError("the listing failed or came short");
-            break;
-        }
-        benchmark::DoNotOptimize(records);
-    }
-    state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * kRows));
-}
-
-void regexFloor(benchmark::State& state, Release release) {
+// One listing and one run of the floor, back to back; which goes first alternates. The time
+// reported is the listing's.
+void listingThenFloor(benchmark::State& state, Release release) {
+    PairedRuns& runs = pairedRuns[indexOf(release)];
     const QMRRegularExpression& row = rowPatternOf(release);
     const std::string& page = setting->pageOf(release).body;
+    QMRUrlSession session;
     for (auto _ : state) {
-        if (row.numberOfMatchesInString(page) != kRows) {
-            state.SkipWithError("the row pattern did not find every row");
+        std::string failure;
+        const auto listing = [&] {
+            QMRErrorSlot error;
+            const auto records = listRoot(release, session, error);
+            if (error || !records || records->size() != kRows) failure = "the listing failed or came short";
+        };
+        const auto floor = [&] {
+            if (row.numberOfMatchesInString(page) != kRows) failure = "the row pattern did not find every row";
+        };
+        const bool floorFirst = runs.ours.size() % 2 == 1;
+        double floorSeconds = floorFirst ? bench_report::secondsOf(floor) : 0;
+        const double oursSeconds = bench_report::secondsOf(listing);
+        if (!floorFirst) floorSeconds = bench_report::secondsOf(floor);
+        if (!failure.empty()) {
+            state.SkipWithError(failure.c_str());
             break;
         }
+        runs.ours.push_back(oursSeconds);
+        runs.floor.push_back(floorSeconds);
+        state.SetIterationTime(oursSeconds);
+        state.counters["floor_ms"] = floorSeconds * 1e3;
     }
-    state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * kRows));
 }
 
 // The same pattern and compile options as QMRRegularExpression gives it, run straight on PCRE2.
@@ -300,6 +320,14 @@ bool checkReleases() {
 
 // ---- registration and summary ----
 
+bool listingSelectedBy(const std::string& filter) {
+    std::vector<std::string> names;
+    for (Release release : {Release::v4_5_7, Release::v5_0_6})
+        for (std::string_view what : {name::listingAndFloor, name::rawPcre2, name::extract, name::fetch})
+            names.push_back(benchmarkName(setting->pageOf(release), what));
+    return bench_report::filterSelectsAny(filter, {names.begin(), names.end()});
+}
+
 void registerBenchmarks() {
     for (Release release : {Release::v4_5_7, Release::v5_0_6}) {
         const ReleasePage& page = setting->pageOf(release);
@@ -307,13 +335,21 @@ void registerBenchmarks() {
             bench_report::timed(benchmark::RegisterBenchmark(benchmarkName(page, what).c_str(), function, release),
                                 kRepetitions, kMinSecondsPerRepetition);
         };
-        timed(name::listing, oursListing);
-        timed(name::floor, regexFloor);
+        benchmark::RegisterBenchmark(benchmarkName(page, name::listingAndFloor).c_str(), listingThenFloor, release)
+            ->UseManualTime()
+            ->Unit(benchmark::kMillisecond)
+            ->Iterations(1)
+            ->Repetitions(kPairs);
         timed(name::rawPcre2, rawPcre2);
         timed(name::extract, release == Release::v4_5_7 ? extractInMemory<QMROcReadFolderContentRequestv4_5_7>
                                                         : extractInMemory<QMROcReadFolderContentRequestv5_0_6>);
         timed(name::fetch, rawFetch);
     }
+}
+
+// The median, or nothing for no values.
+std::optional<double> medianOf(const std::vector<double>& values) {
+    return values.empty() ? std::nullopt : std::optional(bench_report::median(values));
 }
 
 void printSummary(const bench_report::SummaryReporter& results) {
@@ -324,21 +360,28 @@ void printSummary(const bench_report::SummaryReporter& results) {
     const ReleasePage& v4 = setting->pageOf(Release::v4_5_7);
     const ReleasePage& v5 = setting->pageOf(Release::v5_0_6);
 
-    fmt::print("\n==== ownCloud listing summary (median of {} repetitions, wall time; MB = 10^6 bytes) ====\n",
-               kRepetitions);
+    fmt::print(
+        "\n==== ownCloud listing summary (wall time; medians of {} pairs of ours and the floor back to back, "
+        "of {} repetitions otherwise; MB = 10^6 bytes) ====\n",
+        kPairs, kRepetitions);
     fmt::print("root page of {} rows: {} {:.2f} MB, {} {:.2f} MB; floor = QMRRegularExpression (PCRE2, JIT)\n", kRows,
                v4.label, static_cast<double>(v4.body.size()) / 1e6, v5.label,
                static_cast<double>(v5.body.size()) / 1e6);
-    fmt::print("enumerating the release's own row pattern over the page\n\n");
+    fmt::print("enumerating the release's own row pattern over the page; ratio = median of the pairs' ratios\n\n");
 
     fmt::print("{:<44} {:>14} {:>14} {:>9} {:>9}  {}\n", "comparison", "ours", "floor", "ratio", "goal", "result");
     for (const ReleasePage* page : {&v4, &v5}) {
-        const auto ours = seconds(*page, name::listing);
-        const auto floor = seconds(*page, name::floor);
+        const PairedRuns& runs = pairedRuns[indexOf(page->release)];
+        const auto ours = medianOf(runs.ours);
+        const auto floor = medianOf(runs.floor);
         const std::string label = fmt::format("{} listing 10,000: ours / PCRE2 rows", page->label);
         const std::string goal = fmt::format("<= {:g}", kGoalRatio);
         if (ours && floor) {
-            const double ratio = *ours / *floor;
+            // The ratio of each pair, then their median: load that changes between pairs cancels out.
+            std::vector<double> ratios;
+            for (std::size_t index = 0; index < runs.ours.size(); ++index)
+                ratios.push_back(runs.ours[index] / runs.floor[index]);
+            const double ratio = bench_report::median(ratios);
             fmt::print("{:<44} {:>14} {:>14} {:>9.2f} {:>9}  {}\n", label, milliseconds(ours), milliseconds(floor),
                        ratio, goal, ratio <= kGoalRatio ? "met" : "MISSED");
         } else {
@@ -356,8 +399,9 @@ void printSummary(const bench_report::SummaryReporter& results) {
     line("page fetched by a raw client (server floor)", name::fetch);
     line("row pattern on raw PCRE2 (JIT), no wrapper", name::rawPcre2);
     for (const ReleasePage* page : {&v4, &v5}) {
-        const auto ours = seconds(*page, name::listing);
-        const auto floor = seconds(*page, name::floor);
+        const PairedRuns& runs = pairedRuns[indexOf(page->release)];
+        const auto ours = medianOf(runs.ours);
+        const auto floor = medianOf(runs.floor);
         const auto extract = seconds(*page, name::extract);
         if (ours && floor && extract)
             fmt::print("   {} per row: {:.2f} us listing, of which {:.2f} us finding the row, {:.2f} us reading it\n",
@@ -368,8 +412,14 @@ void printSummary(const bench_report::SummaryReporter& results) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 2;
+    // The repetitions of the benchmarks are interleaved at random, so that a change of load on the
+    // machine falls on all alike; an option given on the command line still wins.
+    std::vector<char*> arguments(argv, argv + argc);
+    std::string interleaved = "--benchmark_enable_random_interleaving=true";
+    arguments.insert(arguments.begin() + 1, interleaved.data());
+    int argumentCount = static_cast<int>(arguments.size());
+    benchmark::Initialize(&argumentCount, arguments.data());
+    if (benchmark::ReportUnrecognizedArguments(argumentCount, arguments.data())) return 2;
 
     BenchSetting shared;
     setting = &shared;
@@ -380,8 +430,9 @@ int main(int argc, char** argv) {
         fmt::print(stderr, "bench: the data store could not read the generated pages; nothing measured\n");
         return 1;
     }
+    const std::string filter = benchmark::GetBenchmarkFilter();
     std::optional<OwnCloudTransferBench> transfers;
-    if (OwnCloudTransferBench::selectedBy(benchmark::GetBenchmarkFilter())) {
+    if (OwnCloudTransferBench::selectedBy(filter)) {
         transfers.emplace();
         if (!transfers->check()) {
             fmt::print(stderr, "bench: the data store could not move 1 GiB each way; nothing measured\n");
@@ -390,12 +441,20 @@ int main(int argc, char** argv) {
     }
     std::fflush(stdout);
 
-    registerBenchmarks();
-    if (transfers) transfers->registerBenchmarks();
     bench_report::SummaryReporter reporter;
-    benchmark::RunSpecifiedBenchmarks(&reporter);
-    printSummary(reporter);
-    if (transfers) transfers->printSummary();
+    if (listingSelectedBy(filter)) {
+        registerBenchmarks();
+        benchmark::RunSpecifiedBenchmarks(&reporter);
+        printSummary(reporter);
+    }
+    // Apart from the listings: a transfer churns gigabytes through the machine, which would weigh on
+    // whichever listing repetitions came next. Each transfer pairs ours with curl by itself.
+    if (transfers) {
+        benchmark::ClearRegisteredBenchmarks();
+        transfers->registerBenchmarks();
+        benchmark::RunSpecifiedBenchmarks(&reporter);
+        transfers->printSummary();
+    }
     benchmark::Shutdown();
     return 0;
 }

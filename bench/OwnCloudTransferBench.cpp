@@ -8,7 +8,6 @@
 #include <charconv>
 #include <chrono>
 #include <fstream>
-#include <regex>
 #include <string_view>
 #include <utility>
 
@@ -78,13 +77,7 @@ double mebibytesPerSecond(double seconds) {
 }  // namespace
 
 bool OwnCloudTransferBench::selectedBy(const std::string& filter) {
-    const bool exclude = filter.starts_with('-');
-    const std::string pattern = exclude ? filter.substr(1) : filter;
-    if (pattern.empty() || pattern == "all") return !exclude;
-    const std::regex expression(pattern);
-    for (std::string_view benchmark : {name::upload, name::download})
-        if (std::regex_search(benchmark.begin(), benchmark.end(), expression) != exclude) return true;
-    return false;
+    return bench_report::filterSelectsAny(filter, {name::upload, name::download});
 }
 
 OwnCloudTransferBench::OwnCloudTransferBench() : _boundary(QMRMimeWriter::generateBoundary()) {

@@ -94,14 +94,17 @@ std::string QMRUriUtil::encodeToPercentEscapeString(std::string_view text) {
 std::string QMRUriUtil::decodeFromPercentEscapeString(std::string_view text) {
     std::string out;
     out.reserve(text.size());
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        if (auto byte = escapedByteAt(text, i)) {
-            out += static_cast<char>(*byte);
-            i += 2;
-        } else {
-            out += text[i];
-        }
+    // The runs between escapes are copied whole: a listing decodes a name per row.
+    std::size_t copiedUpTo = 0;
+    for (std::size_t at = text.find('%'); at != std::string_view::npos; at = text.find('%', at + 1)) {
+        const std::optional<unsigned char> byte = escapedByteAt(text, at);
+        if (!byte) continue;
+        out.append(text.substr(copiedUpTo, at - copiedUpTo));
+        out += static_cast<char>(*byte);
+        at += 2;
+        copiedUpTo = at + 1;
     }
+    out.append(text.substr(copiedUpTo));
     return out;
 }
 

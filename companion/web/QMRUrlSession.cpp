@@ -55,9 +55,13 @@ struct QMRUrlSession::State {
     }
 };
 
-QMRUrlSession::QMRUrlSession() {
+QMRUrlSession::QMRUrlSession() : QMRUrlSession(QMRUrlSessionConfiguration{}) {}
+
+QMRUrlSession::QMRUrlSession(const QMRUrlSessionConfiguration& configuration) {
     QMRUrlTransfer::initializeCurlOnce();
     _state = std::make_shared<State>();
+    setTimeoutInterval(configuration.timeoutInterval);
+    setTrustedCertificateFile(configuration.trustedCertificateFile);
 }
 
 QMRUrlSession::~QMRUrlSession() = default;

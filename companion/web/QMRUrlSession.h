@@ -10,11 +10,16 @@
 #include <string>
 #include <utility>
 
+#include "companion/web/QMRUrlSessionConfiguration.h"
+
 class QMRUrlSession {
 public:
-    static constexpr std::chrono::milliseconds defaultTimeoutInterval{std::chrono::seconds(60)};
+    static constexpr std::chrono::milliseconds defaultTimeoutInterval =
+        QMRUrlSessionConfiguration::defaultTimeoutInterval;
 
     QMRUrlSession();
+    // A session with those settings; a non-positive time-out raises QMRInvalidArgumentException.
+    explicit QMRUrlSession(const QMRUrlSessionConfiguration& configuration);
     ~QMRUrlSession();
     QMRUrlSession(const QMRUrlSession&) = delete;
     QMRUrlSession& operator=(const QMRUrlSession&) = delete;

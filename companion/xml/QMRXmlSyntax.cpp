@@ -2,8 +2,11 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
+#include <cstdint>
+#include <cstring>
 
 #include "companion/util/comQuillmereUtil_ExceptionUtil.h"
 
@@ -84,6 +87,15 @@ void appendEscaped(std::string& out, std::string_view text, Reference reference)
 
 bool QMRXmlSyntax::isName(std::string_view name, bool allowColon) {
     if (name.empty()) return false;
+    // Names are ASCII nearly always ("Id", "D:prop"): judged without decoding.
+    if (std::all_of(name.begin(), name.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; })) {
+        const auto startsName = [allowColon](char c) {
+            return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '_' || (c == ':' && allowColon);
+        };
+        return startsName(name.front()) && std::all_of(name.begin() + 1, name.end(), [&](char c) {
+                   return startsName(c) || (c >= '0' && c <= '9') || c == '-' || c == '.';
+               });
+    }
     std::size_t pos = 0;
     if (!isNameStartChar(decodeUtf8(name, pos), allowColon)) return false;
     while (pos < name.size()) {
@@ -95,7 +107,19 @@ bool QMRXmlSyntax::isName(std::string_view name, bool allowColon) {
 bool QMRXmlSyntax::isRepresentable(std::string_view text) {
     std::size_t pos = 0;
     while (pos < text.size()) {
-        // ASCII needs no decoding; this keeps long texts cheap.
+        // Printable ASCII needs no decoding, and eight bytes of it are judged at once: every byte
+        // has its high bit clear and none is below 0x20.
+        if (text.size() - pos >= 8) {
+            std::uint64_t word = 0;
+            std::memcpy(&word, text.data() + pos, sizeof word);
+            constexpr std::uint64_t highBits = 0x8080808080808080ULL;
+            // With the high bits clear, adding 0x60 carries into a byte's high bit exactly when the
+            // byte is 0x20 or more, and never into the next byte.
+            if ((word & highBits) == 0 && ((word + 0x6060606060606060ULL) & highBits) == highBits) {
+                pos += 8;
+                continue;
+            }
+        }
         const auto byte = static_cast<unsigned char>(text[pos]);
         if (byte >= 0x20 && byte < 0x80) {
             ++pos;

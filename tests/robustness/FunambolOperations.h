@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "DataStore/funambol/QMRFunambolDataStore.h"
+#include "tests/robustness/BrokenAnswers.h"
 #include "tests/robustness/TextRecord.h"
 #include "tests/support/DataStoreTestSupport.h"
 #include "tests/support/ScriptedHttpServer.h"
@@ -36,6 +37,11 @@ inline ScriptedHttpServer::Handler healthyServer(const std::string& baseUrl) {
     };
 }
 
+// A session that gives up on a silent server soon.
+inline QMRUrlSessionConfiguration quickSession() {
+    return {.timeoutInterval = broken_answers::sessionTimeout};
+}
+
 struct Operation {
     std::string name;
     // Runs on a logged-in store, or, given none, logs in itself.
@@ -50,7 +56,7 @@ inline std::vector<Operation> operations(const std::string& fileId = "7") {
     return {
         {"login",
          [](Store& s, const std::string& url, QMRErrorSlot& e) {
-             s = QMRFunambolDataStore::initWithUsername("bob", "secret", url, e);
+             s = QMRFunambolDataStore::initWithUsername("bob", "secret", url, e, quickSession());
              if (s)
                  EXPECT_FALSE(e.has_value());
              else

@@ -5,12 +5,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <optional>
 #include <string>
-#include <variant>
 #include <vector>
 
 #include "DataStore/contract/QMRDataStoreError.h"
@@ -20,29 +17,15 @@
 #include "tests/companion/async/AsyncTestSupport.h"
 #include "tests/robustness/BrokenAnswers.h"
 #include "tests/robustness/FunambolOperations.h"
+#include "tests/robustness/SecuritySupport.h"
 #include "tests/robustness/WebDavOperations.h"
 
+using namespace security_support;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::Not;
 
 namespace {
-
-std::string tlsFile(const std::string& name) {
-    return std::string(QMR_TEST_TLS_DIR) + "/" + name;
-}
-
-ScriptedHttpServer::Tls serverIdentity() {
-    auto read = [](const std::string& path) {
-        std::ifstream in(path);
-        return std::string(std::istreambuf_iterator<char>(in), {});
-    };
-    return {read(tlsFile("server-cert.pem")), read(tlsFile("server-key.pem"))};
-}
-
-std::string portOf(const ScriptedHttpServer& server) {
-    return std::to_string(server.port());
-}
 
 // ---- TLS ----
 
@@ -96,7 +79,7 @@ TEST(TlsTrust, ASelfSignedServerIsReachedOnlyThroughASessionThatTrustsItsCertifi
     }
 }
 
-TEST(TlsTrust, TheBackEndsSendNothingToAnUntrustedServerAndTheWebDavStoreWorksOnceItTrustsIt) {
+TEST(TlsTrust, TheBackEndsSendNothingToAnUntrustedServerAndWorkOnceTheyTrustIt) {
     ScriptedHttpServer server(serverIdentity());
     server.setHandler(webdav_operations::healthyAnswer);
     QMRWebDavDataStore webDav("alice", "secret", server.baseUrl());
@@ -116,22 +99,17 @@ TEST(TlsTrust, TheBackEndsSendNothingToAnUntrustedServerAndTheWebDavStoreWorksOn
     EXPECT_FALSE(error.has_value());
     ASSERT_TRUE(space.has_value());
     EXPECT_EQ(space->unallocatedBytes(), 3000);
+
+    // The Funambol store is given the trust with its creation, so that its login reaches the server.
+    server.setHandler(funambol_operations::healthyServer(server.baseUrl()));
+    const auto funambol = QMRFunambolDataStore::initWithUsername(
+        "bob", "secret", server.baseUrl(), error, {.trustedCertificateFile = tlsFile("server-cert.pem")});
+    ASSERT_TRUE(funambol) << error->description();
+    EXPECT_TRUE(funambol->getStorageSpace(error).has_value());
+    EXPECT_FALSE(error.has_value());
 }
 
 // ---- Credentials and redirects ----
-
-// Redirects every request to the same target at the origin.
-ScriptedHttpServer::Handler redirectingTo(const std::string& origin) {
-    return [origin](const ScriptedHttpRequest& request) {
-        return ScriptedHttpAnswer::withStatus(307).withHeader("Location", origin + request.target);
-    };
-}
-
-// Whether any request the server got carried a body.
-bool anyBody(const ScriptedHttpServer& server) {
-    const std::vector<ScriptedHttpRequest> requests = server.requests();
-    return std::ranges::any_of(requests, [](const ScriptedHttpRequest& request) { return !request.body.empty(); });
-}
 
 // Whatever reaches the other origin comes without credentials and without a body (which may hold
 // them); a redirect that would take a body there is not followed.
@@ -274,13 +252,6 @@ TEST(SeparateAccounts, TwoFunambolStoresOnOneServerCarryOnlyTheirOwnSessionCooki
 
 // ---- Header injection ----
 
-// Whether any request carried the injected line as a header field of its own.
-bool anyInjected(const ScriptedHttpServer& server) {
-    for (const ScriptedHttpRequest& request : server.requests())
-        if (request.headers.contains("Injected")) return true;
-    return false;
-}
-
 TEST(HeaderInjection, AWebDavLockTokenWithALineBreakIsRefusedBeforeAnyWriteCarriesIt) {
     // Writes and the lock's own requests carry the token; reads and a fresh lock do not.
     const std::vector<std::string> refused = {"createNewFile",
@@ -383,18 +354,6 @@ TEST(HeaderInjection, AFunambolFileIdWithALineBreakFromTheServerIsAnErrorNotAHea
 
 // ---- The password stays out of errors and exceptions ----
 
-// Every text an error carries: its description, each user-info value, and those of the errors under it.
-void collectTexts(const QMRError& error, std::vector<std::string>& texts) {
-    texts.push_back(error.description());
-    for (const auto& [key, value] : error.userInfo()) {
-        if (const auto* text = std::get_if<std::string>(&value)) texts.push_back(*text);
-        if (const auto* list = std::get_if<std::vector<std::string>>(&value))
-            texts.insert(texts.end(), list->begin(), list->end());
-        if (const auto* underlying = std::get_if<std::shared_ptr<const QMRError>>(&value))
-            if (*underlying) collectTexts(**underlying, texts);
-    }
-}
-
 TEST(PasswordSecrecy, NoErrorOrExceptionOfEitherBackEndCarriesThePasswordOrTheTokenMadeFromIt) {
     const std::string password = "Pa55-w0rd";
     const std::vector<std::string> secrets = {
@@ -416,15 +375,7 @@ TEST(PasswordSecrecy, NoErrorOrExceptionOfEitherBackEndCarriesThePasswordOrTheTo
         if (fault.code != QMRUrlErrorTimedOut) situations.push_back({fault.name, fault.answer});
 
     std::vector<std::string> texts;
-    auto run = [&texts](const std::function<void(QMRErrorSlot&)>& operation) {
-        QMRErrorSlot error;
-        try {
-            operation(error);
-        } catch (const std::exception& raised) {
-            texts.push_back(raised.what());
-        }
-        if (error) collectTexts(*error, texts);
-    };
+    auto run = [&texts](const std::function<void(QMRErrorSlot&)>& operation) { collectTextsOf(operation, texts); };
     for (const Situation& situation : situations) {
         SCOPED_TRACE(situation.name);
         auto server = situation.tls ? std::make_unique<ScriptedHttpServer>(serverIdentity())

@@ -59,11 +59,14 @@ std::shared_ptr<QMRDataStore> QMRStoreBackendConnector::connect(QMRErrorSlot& er
     switch (_settings.backend) {
         case Backend::webdav:
             _webDavStore = std::make_shared<QMRWebDavDataStore>(_settings.user, _settings.password(), _settings.url);
+            _webDavStore->session().setTimeoutInterval(_settings.session.timeoutInterval);
+            _webDavStore->session().setTrustedCertificateFile(_settings.session.trustedCertificateFile);
             _webDavStore->setApplicationExclusiveAccessLockToken(_settings.lockToken);
             _store = _webDavStore;
             break;
         case Backend::funambol:
-            _store = QMRFunambolDataStore::initWithUsername(_settings.user, _settings.password(), _settings.url, error);
+            _store = QMRFunambolDataStore::initWithUsername(_settings.user, _settings.password(), _settings.url, error,
+                                                            _settings.session);
             break;
         case Backend::owncloud:
             if (ownCloudAuthenticator(error)) _store = QMROwnCloudDataStore::getDataStore(_ownCloudAuthenticator);
@@ -90,7 +93,7 @@ std::unique_ptr<QMRStoreAccountAdministration> QMRStoreBackendConnector::account
     if (_settings.backend != Backend::owncloud) return nullptr;
     std::shared_ptr<QMROwnCloudDataStoreAdministration> administration;
     if (!logIn)
-        administration = QMROwnCloudDataStore::getDataStoreAdministration(_settings.url, error);
+        administration = QMROwnCloudDataStore::getDataStoreAdministration(_settings.url, error, _settings.session);
     else if (ownCloudAuthenticator(error))
         administration = QMROwnCloudDataStore::getDataStoreAdministration(_ownCloudAuthenticator);
     if (!administration) return nullptr;
@@ -99,7 +102,7 @@ std::unique_ptr<QMRStoreAccountAdministration> QMRStoreBackendConnector::account
 
 std::optional<std::string> QMRStoreBackendConnector::readServerVersion(QMRErrorSlot& error) {
     if (_settings.backend != Backend::owncloud) return std::nullopt;
-    return QMROwnCloudDataStore::readServerVersion(_settings.url, error);
+    return QMROwnCloudDataStore::readServerVersion(_settings.url, error, _settings.session);
 }
 
 std::string QMRStoreBackendConnector::displayableId(const std::string& fileId) const {
@@ -122,8 +125,8 @@ std::string QMRStoreBackendConnector::resolveFileId(QMRDataStore& store, const s
 
 const std::shared_ptr<QMROwnCloudAuthenticator>& QMRStoreBackendConnector::ownCloudAuthenticator(QMRErrorSlot& error) {
     if (!_ownCloudAuthenticator)
-        _ownCloudAuthenticator =
-            QMROwnCloudDataStore::getAuthenticatorWithUrl(_settings.url, _settings.user, _settings.password(), error);
+        _ownCloudAuthenticator = QMROwnCloudDataStore::getAuthenticatorWithUrl(
+            _settings.url, _settings.user, _settings.password(), error, _settings.session);
     return _ownCloudAuthenticator;
 }
 

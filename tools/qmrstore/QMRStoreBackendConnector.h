@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "QMRStoreConnector.h"
+#include "companion/web/QMRUrlSessionConfiguration.h"
 
 class QMROwnCloudAuthenticator;
 class QMRWebDavDataStore;
@@ -27,6 +28,8 @@ public:
         PasswordSource password;
         // Presented by the WebDAV store with its writes, refresh and unlock.
         std::string lockToken;
+        // What the store's session starts with (a server's own certificate to trust).
+        QMRUrlSessionConfiguration session;
     };
 
     // The names --backend accepts, in the order help shows them.

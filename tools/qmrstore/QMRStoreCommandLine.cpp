@@ -20,8 +20,8 @@
 namespace {
 
 constexpr const char* footer =
-    R"(Connection options may also come from QMRSTORE_BACKEND, QMRSTORE_URL, QMRSTORE_USER and
-QMRSTORE_LOCK_TOKEN. The password comes from QMRSTORE_PASSWORD or is asked for, never from the
+    R"(Connection options may also come from QMRSTORE_BACKEND, QMRSTORE_URL, QMRSTORE_USER,
+QMRSTORE_CA_FILE and QMRSTORE_LOCK_TOKEN. The password comes from QMRSTORE_PASSWORD or is asked for, never from the
 command line.
 
 Exit status: 0 done, 2 usage error, 3 not offered by the back-end, 4 local file error,
@@ -37,6 +37,7 @@ struct Invocation {
     std::string url;
     std::string user;
     std::string lockToken;
+    std::string caFile;
     bool json = false;
     Action action;
 
@@ -190,6 +191,7 @@ int execute(Invocation& in, std::ostream& out, std::ostream& err) {
         settings.url = in.url;
         settings.user = in.user;
         settings.lockToken = in.lockToken;
+        settings.session.trustedCertificateFile = in.caFile;
         settings.password = [&] {
             if (!password)
                 password = QMRStorePassword::obtain("QMRSTORE_PASSWORD",
@@ -242,6 +244,10 @@ int QMRStoreCommandLine::run(int argc, const char* const* argv, std::ostream& ou
         ->required();
     app.add_option("--url", in.url, "the server's base URL")->envname("QMRSTORE_URL")->required();
     app.add_option("--user", in.user, "the login name")->envname("QMRSTORE_USER")->required();
+    app.add_option("--ca-file", in.caFile,
+                   "a PEM file of certificates to trust instead of the system's (a server's own certificate)")
+        ->check(CLI::ExistingFile)
+        ->envname("QMRSTORE_CA_FILE");
     app.add_option("--lock-token", in.lockToken, "the exclusive lock token that `lock` printed (WebDAV)")
         ->envname("QMRSTORE_LOCK_TOKEN");
     app.add_flag("--json", in.json, "print JSON for scripts instead of tables");

@@ -9,6 +9,7 @@
 
 #include "companion/util/QMRExceptions.h"
 #include "companion/web/QMRUrlConnection.h"
+#include "companion/web/QMRUrlError.h"
 #include "tests/support/ScriptedHttpServer.h"
 
 using ::testing::Each;
@@ -142,6 +143,22 @@ TEST(QMRUrlSessionTimeout, DefaultsToSixtySecondsAndMustBePositive) {
     EXPECT_THROW(session.setTimeoutInterval(std::chrono::milliseconds(0)), QMRInvalidArgumentException);
     session.setTimeoutInterval(std::chrono::milliseconds(250));
     EXPECT_EQ(session.timeoutInterval(), std::chrono::milliseconds(250));
+}
+
+TEST(QMRUrlSessionConfiguration, ASessionStartsWithTheSettingsItIsMadeWith) {
+    const QMRUrlSession byDefault{QMRUrlSessionConfiguration{}};
+    EXPECT_EQ(byDefault.timeoutInterval(), std::chrono::seconds(60));
+    EXPECT_EQ(byDefault.trustedCertificateFile(), "");
+
+    ScriptedHttpServer server;
+    server.enqueue(ScriptedHttpAnswer::stall());
+    QMRUrlSession configured(QMRUrlSessionConfiguration{.timeoutInterval = std::chrono::milliseconds(200),
+                                                        .trustedCertificateFile = "a.pem"});
+    EXPECT_EQ(configured.trustedCertificateFile(), "a.pem");
+    EXPECT_EQ(statusOf(configured, server.url("/")), QMRUrlErrorTimedOut) << "the time-out is in force at once";
+
+    EXPECT_THROW(QMRUrlSession(QMRUrlSessionConfiguration{.timeoutInterval = std::chrono::milliseconds(-1)}),
+                 QMRInvalidArgumentException);
 }
 
 }  // namespace

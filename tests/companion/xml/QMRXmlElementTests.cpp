@@ -29,6 +29,21 @@ TEST(QMRXmlElementEscaping, CharactersXmlCannotCarryAreRefused) {
     EXPECT_EQ(element.toStringWithIndentation(0), "<t>tab\tand caf\xC3\xA9 \xF0\x9F\x98\x80</t>");
 }
 
+// Long printable runs are judged several bytes at a time: one refused byte is found wherever it stands.
+TEST(QMRXmlElementEscaping, RefusedByteIsFoundAnywhereInALongText) {
+    const std::string printable =
+        " ~\x7F"
+        "abcdefghijklmnopqrstuvw";
+    EXPECT_NO_THROW(QMRXmlElement("t").add(printable));
+    for (std::size_t at = 0; at < printable.size(); ++at)
+        for (char refused : {'\x00', '\x1F', '\xFF'}) {
+            std::string text = printable;
+            text[at] = refused;
+            QMRXmlElement element("t");
+            EXPECT_THROW(element.add(text), QMRInvalidArgumentException) << "byte " << at;
+        }
+}
+
 TEST(QMRXmlElementNames, InvalidNamesAreRefused) {
     EXPECT_THROW(QMRXmlElement(""), QMRInvalidArgumentException);
     EXPECT_THROW(QMRXmlElement("1abc"), QMRInvalidArgumentException);
@@ -101,6 +116,9 @@ TEST(QMRXmlElementContent, TextElementWrittenInBulkIsWhatTheElementWrites) {
     std::string out;
     EXPECT_THROW(QMRXmlElement::appendTextElement(out, "Path", "a\x01"), QMRInvalidArgumentException);
     EXPECT_THROW(QMRXmlElement::appendTextElement(out, "1a", "b"), QMRInvalidArgumentException);
+    EXPECT_THROW(QMRXmlElement::appendTextElement(out, "-a", "b"), QMRInvalidArgumentException);
+    EXPECT_THROW(QMRXmlElement::appendTextElement(out, "a\x7F", "b"), QMRInvalidArgumentException);
+    EXPECT_NO_THROW(QMRXmlElement::appendTextElement(out, "_a:b-1.c", "b"));
 }
 
 }  // namespace

@@ -30,6 +30,9 @@ TEST(RXMLAttributeReader, AgreesWithRXMLElementOnPlainAndUnusualMarkup) {
           "<tr data-id=\"1\" a=\">\" b=\"'\" x:y=\"ns\"></tr>",
           // values the parser rewrites: references, whitespace controls
           "<tr data-file=\"Caf&eacute; &amp; &#233;&#xE9;\" a=\"&unknown;\"></tr>",
+          "<tr data-file=\"Caf&eacute;&nbsp;&amp;&lt;&gt;&quot;&apos;&Eacute;&euro;\" a='&hearts;x'></tr>",
+          "<tr data-file=\"&amp;eacute;\" a=\"&eacute\" b=\"&EACUTE;\" x:y=\"&;\"></tr>",
+          "<tr data-file=\"a&eacute;\" a=\"&eacute;&\" b=\"&thetasym;&thetasyms;\"></tr>",
           "<tr data-file=\"a\tb\nc\rd\"></tr>",
           // text beside or inside the element that the parser judges
           "<tr data-id=\"1\">a &amp; b</tr>", "<tr data-id=\"1\"><td>x</td></tr>", "x<tr data-id=\"1\"></tr>",
@@ -49,7 +52,8 @@ TEST(RXMLAttributeReader, AgreesWithRXMLElementOnRandomlyEditedRows) {
     const std::vector<std::string> rows = {
         "\t\t\t\t<tr data-id=\"42\" data-file=\"report.pdf\" data-type=\"file\" data-size='12'></tr>",
         "<tr data-id=\"7\"\n\t\t\t\t\tdata-file=\"a%20b\"\n\t\t\t\t\tdata-type=\"dir\">\n</tr>",
-        "<span class=\"modified\" title=\"June  3, 2013 14:05\" style=\"color:rgb(0,0,0)\">today</span>"};
+        "<span class=\"modified\" title=\"June  3, 2013 14:05\" style=\"color:rgb(0,0,0)\">today</span>",
+        "<tr data-id=\"9\" data-file=\"Caf&eacute; &amp; menu.pdf\" data-type=\"file\"></tr>"};
     const std::string alphabet = "<>/=\"' \t\r\n&;#x:a-1\xC3\xA9";
     std::mt19937 random(20130603);
     RXMLAttributeReader reader;

@@ -4,12 +4,11 @@
 #include "DataStore/funambol/QMRFunambolErrorConverter.h"
 #include "companion/util/comQuillmereUtil_ExceptionUtil.h"
 
-std::shared_ptr<QMRFunambolDataStore> QMRFunambolDataStore::initWithUsername(const std::string& username,
-                                                                             const std::string& password,
-                                                                             const std::string& url,
-                                                                             QMRErrorSlot& error) {
+std::shared_ptr<QMRFunambolDataStore> QMRFunambolDataStore::initWithUsername(
+    const std::string& username, const std::string& password, const std::string& url, QMRErrorSlot& error,
+    const QMRUrlSessionConfiguration& configuration) {
     // The constructor is private, so make_shared cannot reach it.
-    std::shared_ptr<QMRFunambolDataStore> dataStore(new QMRFunambolDataStore(url));
+    std::shared_ptr<QMRFunambolDataStore> dataStore(new QMRFunambolDataStore(url, configuration));
     dataStore->loginUsername(username, password, error);
     if (error) return nullptr;
     return dataStore;

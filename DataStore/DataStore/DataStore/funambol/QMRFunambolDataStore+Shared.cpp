@@ -8,7 +8,8 @@
 #include "companion/web/QMRUriBuilder.h"
 #include "companion/web/QMRUrlConnection.h"
 
-QMRFunambolDataStore::QMRFunambolDataStore(std::string baseUrl) : _baseUrl(std::move(baseUrl)) {}
+QMRFunambolDataStore::QMRFunambolDataStore(std::string baseUrl, const QMRUrlSessionConfiguration& configuration)
+    : _baseUrl(std::move(baseUrl)), _session(configuration) {}
 
 QMRFunambolDataStore::~QMRFunambolDataStore() = default;
 

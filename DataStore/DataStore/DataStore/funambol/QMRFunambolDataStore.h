@@ -30,11 +30,12 @@ public:
     QMRFunambolDataStore() = delete;
     ~QMRFunambolDataStore() override;
 
-    // initWithUsername:andPassword:forUrl:error: logs in at once; the store, or null with the error
-    // in the slot.
+    // initWithUsername:andPassword:forUrl:error: logs in at once, through a session with the given
+    // settings; the store, or null with the error in the slot.
     static std::shared_ptr<QMRFunambolDataStore> initWithUsername(const std::string& username,
                                                                   const std::string& password, const std::string& url,
-                                                                  QMRErrorSlot& error);
+                                                                  QMRErrorSlot& error,
+                                                                  const QMRUrlSessionConfiguration& configuration = {});
 
     bool supportsOperation(QMRDataStoreOperation operation) const override;
 
@@ -144,7 +145,7 @@ public:
     std::string constructStorageSpaceRequestUri() const;
 
 private:
-    explicit QMRFunambolDataStore(std::string baseUrl);
+    QMRFunambolDataStore(std::string baseUrl, const QMRUrlSessionConfiguration& configuration);
 
     // A request with a JSON or form body and its byte count as "Content-Length".
     static QMRUrlRequest newRequestWithBody(std::string method, std::string url, std::string contentType, QMRData body);

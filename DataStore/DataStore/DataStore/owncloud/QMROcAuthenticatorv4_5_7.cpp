@@ -2,19 +2,17 @@
 
 #include "DataStore/owncloud/QMROcLogoutRequestv4_5_7.h"
 
-QMROcAuthenticatorv4_5_7::QMROcAuthenticatorv4_5_7(std::string url, std::string serverVersion)
-    : QMROwnCloudAuthenticator(std::move(url), std::move(serverVersion)) {}
+QMROcAuthenticatorv4_5_7::QMROcAuthenticatorv4_5_7(std::string url, std::string serverVersion,
+                                                   const QMRUrlSessionConfiguration& configuration)
+    : QMROwnCloudAuthenticator(std::move(url), std::move(serverVersion), configuration) {}
 
-std::shared_ptr<QMROcAuthenticatorv4_5_7> QMROcAuthenticatorv4_5_7::initWithUrl(const std::string& url,
-                                                                                const std::string& serverVersion,
-                                                                                const std::string& loginName,
-                                                                                const std::string& loginPassword,
-                                                                                QMRErrorSlot& error) {
+std::shared_ptr<QMROcAuthenticatorv4_5_7> QMROcAuthenticatorv4_5_7::initWithUrl(
+    const std::string& url, const std::string& serverVersion, const std::string& loginName,
+    const std::string& loginPassword, QMRErrorSlot& error, const QMRUrlSessionConfiguration& configuration) {
     // The constructor is protected, so make_shared cannot reach it.
-    std::shared_ptr<QMROcAuthenticatorv4_5_7> authenticator(new QMROcAuthenticatorv4_5_7(url, serverVersion));
-    authenticator->login(loginName, loginPassword, error);
-    if (error) return nullptr;
-    return authenticator;
+    return loggedIn(
+        std::shared_ptr<QMROcAuthenticatorv4_5_7>(new QMROcAuthenticatorv4_5_7(url, serverVersion, configuration)),
+        loginName, loginPassword, error);
 }
 
 void QMROcAuthenticatorv4_5_7::login(const std::string& loginName, const std::string& password, QMRErrorSlot& error) {

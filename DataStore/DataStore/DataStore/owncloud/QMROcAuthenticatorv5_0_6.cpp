@@ -2,18 +2,16 @@
 
 #include "DataStore/owncloud/QMROcLoginRequestv5_0_6.h"
 
-QMROcAuthenticatorv5_0_6::QMROcAuthenticatorv5_0_6(std::string url, std::string serverVersion)
-    : QMROcAuthenticatorv4_5_7(std::move(url), std::move(serverVersion)) {}
+QMROcAuthenticatorv5_0_6::QMROcAuthenticatorv5_0_6(std::string url, std::string serverVersion,
+                                                   const QMRUrlSessionConfiguration& configuration)
+    : QMROcAuthenticatorv4_5_7(std::move(url), std::move(serverVersion), configuration) {}
 
-std::shared_ptr<QMROcAuthenticatorv5_0_6> QMROcAuthenticatorv5_0_6::initWithUrl(const std::string& url,
-                                                                                const std::string& serverVersion,
-                                                                                const std::string& loginName,
-                                                                                const std::string& loginPassword,
-                                                                                QMRErrorSlot& error) {
-    std::shared_ptr<QMROcAuthenticatorv5_0_6> authenticator(new QMROcAuthenticatorv5_0_6(url, serverVersion));
-    authenticator->login(loginName, loginPassword, error);
-    if (error) return nullptr;
-    return authenticator;
+std::shared_ptr<QMROcAuthenticatorv5_0_6> QMROcAuthenticatorv5_0_6::initWithUrl(
+    const std::string& url, const std::string& serverVersion, const std::string& loginName,
+    const std::string& loginPassword, QMRErrorSlot& error, const QMRUrlSessionConfiguration& configuration) {
+    return loggedIn(
+        std::shared_ptr<QMROcAuthenticatorv5_0_6>(new QMROcAuthenticatorv5_0_6(url, serverVersion, configuration)),
+        loginName, loginPassword, error);
 }
 
 std::unique_ptr<QMROcLoginRequestv4_5_7> QMROcAuthenticatorv5_0_6::newLoginRequest(const std::string& loginName,

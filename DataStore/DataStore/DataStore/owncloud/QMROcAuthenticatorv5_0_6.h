@@ -12,10 +12,12 @@ public:
     static std::shared_ptr<QMROcAuthenticatorv5_0_6> initWithUrl(const std::string& url,
                                                                  const std::string& serverVersion,
                                                                  const std::string& loginName,
-                                                                 const std::string& loginPassword, QMRErrorSlot& error);
+                                                                 const std::string& loginPassword, QMRErrorSlot& error,
+                                                                 const QMRUrlSessionConfiguration& configuration = {});
 
 protected:
-    QMROcAuthenticatorv5_0_6(std::string url, std::string serverVersion);
+    QMROcAuthenticatorv5_0_6(std::string url, std::string serverVersion,
+                             const QMRUrlSessionConfiguration& configuration);
 
     std::unique_ptr<QMROcLoginRequestv4_5_7> newLoginRequest(const std::string& loginName,
                                                              const std::string& password) override;

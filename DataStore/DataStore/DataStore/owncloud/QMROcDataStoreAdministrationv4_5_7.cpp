@@ -6,14 +6,16 @@ QMROcDataStoreAdministrationv4_5_7::QMROcDataStoreAdministrationv4_5_7(
     std::shared_ptr<QMROwnCloudAuthenticator> authenticator)
     : QMROcDataStoreAdministrationv4_5_7(authenticator, authenticator ? authenticator->baseUrl() : std::string()) {}
 
-QMROcDataStoreAdministrationv4_5_7::QMROcDataStoreAdministrationv4_5_7(std::string url)
-    : QMROcDataStoreAdministrationv4_5_7(nullptr, std::move(url)) {}
+QMROcDataStoreAdministrationv4_5_7::QMROcDataStoreAdministrationv4_5_7(std::string url,
+                                                                       const QMRUrlSessionConfiguration& configuration)
+    : QMROcDataStoreAdministrationv4_5_7(nullptr, std::move(url), configuration) {}
 
 QMROcDataStoreAdministrationv4_5_7::QMROcDataStoreAdministrationv4_5_7(
-    std::shared_ptr<QMROwnCloudAuthenticator> authenticator, std::string url)
+    std::shared_ptr<QMROwnCloudAuthenticator> authenticator, std::string url,
+    const QMRUrlSessionConfiguration& configuration)
     : _authenticator(std::move(authenticator)),
       _url(std::move(url)),
-      _ownSession(_authenticator ? nullptr : std::make_unique<QMRUrlSession>()) {}
+      _ownSession(_authenticator ? nullptr : std::make_unique<QMRUrlSession>(configuration)) {}
 
 void QMROcDataStoreAdministrationv4_5_7::changePersonalPasswordFrom(const std::string& oldPassword,
                                                                     const std::string& newPassword,

@@ -19,8 +19,9 @@ public:
     QMROcDataStoreAdministrationv4_5_7() = delete;
     // initWithAuthenticator: the reset link goes to the authenticator's base URL.
     explicit QMROcDataStoreAdministrationv4_5_7(std::shared_ptr<QMROwnCloudAuthenticator> authenticator);
-    // initWithUrl: no account; only the reset link may be asked for.
-    explicit QMROcDataStoreAdministrationv4_5_7(std::string url);
+    // initWithUrl: no account; only the reset link may be asked for, through a session of the
+    // object's own with the given settings.
+    explicit QMROcDataStoreAdministrationv4_5_7(std::string url, const QMRUrlSessionConfiguration& configuration = {});
 
     // The account, or null for an object made with a base URL only.
     const std::shared_ptr<QMROwnCloudAuthenticator>& authenticator() const noexcept { return _authenticator; }
@@ -40,7 +41,8 @@ public:
     void readLinkForResettingPasswordForLoginName(const std::string& loginName, QMRErrorSlot& error) override;
 
 protected:
-    QMROcDataStoreAdministrationv4_5_7(std::shared_ptr<QMROwnCloudAuthenticator> authenticator, std::string url);
+    QMROcDataStoreAdministrationv4_5_7(std::shared_ptr<QMROwnCloudAuthenticator> authenticator, std::string url,
+                                       const QMRUrlSessionConfiguration& configuration = {});
 
     // Raises QMRInvalidArgumentException when the object was made without an account.
     void validateAuthenticatorProvided() const;

@@ -10,8 +10,9 @@ QMROcDataStoreAdministrationv5_0_6::QMROcDataStoreAdministrationv5_0_6(
     std::shared_ptr<QMROwnCloudAuthenticator> authenticator)
     : QMROcDataStoreAdministrationv4_5_7(std::move(authenticator), std::string()) {}
 
-QMROcDataStoreAdministrationv5_0_6::QMROcDataStoreAdministrationv5_0_6(std::string url)
-    : QMROcDataStoreAdministrationv4_5_7(std::move(url)) {}
+QMROcDataStoreAdministrationv5_0_6::QMROcDataStoreAdministrationv5_0_6(std::string url,
+                                                                       const QMRUrlSessionConfiguration& configuration)
+    : QMROcDataStoreAdministrationv4_5_7(std::move(url), configuration) {}
 
 void QMROcDataStoreAdministrationv5_0_6::readLinkForResettingPasswordForLoginName(const std::string& loginName,
                                                                                   QMRErrorSlot& error) {

@@ -13,7 +13,7 @@ public:
     // initWithAuthenticator: url() stays empty.
     explicit QMROcDataStoreAdministrationv5_0_6(std::shared_ptr<QMROwnCloudAuthenticator> authenticator);
     // initWithUrl: any scheme, plain http too.
-    explicit QMROcDataStoreAdministrationv5_0_6(std::string url);
+    explicit QMROcDataStoreAdministrationv5_0_6(std::string url, const QMRUrlSessionConfiguration& configuration = {});
 
     // Without a base URL raises QMRInvalidArgumentException "Base URL required but is not provided"
     // before any traffic.

@@ -2,8 +2,9 @@
 
 #include "companion/util/comQuillmereUtil_ExceptionUtil.h"
 
-QMROwnCloudAuthenticator::QMROwnCloudAuthenticator(std::string baseUrl, std::string serverVersion)
-    : _baseUrl(std::move(baseUrl)), _serverVersion(std::move(serverVersion)) {}
+QMROwnCloudAuthenticator::QMROwnCloudAuthenticator(std::string baseUrl, std::string serverVersion,
+                                                   const QMRUrlSessionConfiguration& configuration)
+    : _baseUrl(std::move(baseUrl)), _serverVersion(std::move(serverVersion)), _session(configuration) {}
 
 QMROwnCloudAuthenticator::~QMROwnCloudAuthenticator() = default;
 

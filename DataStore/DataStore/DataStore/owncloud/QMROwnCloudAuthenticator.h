@@ -35,7 +35,8 @@ public:
     virtual void close(QMRErrorSlot& error) = 0;
 
 protected:
-    QMROwnCloudAuthenticator(std::string baseUrl, std::string serverVersion);
+    QMROwnCloudAuthenticator(std::string baseUrl, std::string serverVersion,
+                             const QMRUrlSessionConfiguration& configuration = {});
 
 private:
     bool _isLoggedIn = false;

@@ -45,12 +45,13 @@ bool QMROwnCloudDataStore::isRelease4_5(const std::string& serverVersion) {
 }
 
 std::shared_ptr<QMROwnCloudAuthenticator> QMROwnCloudDataStore::getAuthenticatorWithUrl(
-    const std::string& url, const std::string& loginName, const std::string& loginPassword, QMRErrorSlot& error) {
-    const std::string version = readServerVersion(url, error).value_or("");
+    const std::string& url, const std::string& loginName, const std::string& loginPassword, QMRErrorSlot& error,
+    const QMRUrlSessionConfiguration& configuration) {
+    const std::string version = readServerVersion(url, error, configuration).value_or("");
     if (error) return nullptr;
     if (isRelease4_5(version))
-        return QMROcAuthenticatorv4_5_7::initWithUrl(url, version, loginName, loginPassword, error);
-    return QMROcAuthenticatorv5_0_6::initWithUrl(url, version, loginName, loginPassword, error);
+        return QMROcAuthenticatorv4_5_7::initWithUrl(url, version, loginName, loginPassword, error, configuration);
+    return QMROcAuthenticatorv5_0_6::initWithUrl(url, version, loginName, loginPassword, error, configuration);
 }
 
 std::shared_ptr<QMRDataStore> QMROwnCloudDataStore::getDataStore(
@@ -68,23 +69,24 @@ std::shared_ptr<QMROwnCloudDataStoreAdministration> QMROwnCloudDataStore::getDat
 }
 
 std::shared_ptr<QMROwnCloudDataStoreAdministration> QMROwnCloudDataStore::getDataStoreAdministration(
-    const std::string& url, QMRErrorSlot& error) {
-    const std::string version = readServerVersion(url, error).value_or("");
+    const std::string& url, QMRErrorSlot& error, const QMRUrlSessionConfiguration& configuration) {
+    const std::string version = readServerVersion(url, error, configuration).value_or("");
     if (error) return nullptr;
-    if (isRelease4_5(version)) return std::make_shared<QMROcDataStoreAdministrationv4_5_7>(url);
-    return std::make_shared<QMROcDataStoreAdministrationv5_0_6>(url);
+    if (isRelease4_5(version)) return std::make_shared<QMROcDataStoreAdministrationv4_5_7>(url, configuration);
+    return std::make_shared<QMROcDataStoreAdministrationv5_0_6>(url, configuration);
 }
 
-std::optional<std::string> QMROwnCloudDataStore::readServerVersion(const std::string& url, QMRErrorSlot& error) {
-    std::optional<QMROcReadServerInfoResponse> info = readServerInfoForUrl(url, error);
+std::optional<std::string> QMROwnCloudDataStore::readServerVersion(const std::string& url, QMRErrorSlot& error,
+                                                                   const QMRUrlSessionConfiguration& configuration) {
+    std::optional<QMROcReadServerInfoResponse> info = readServerInfoForUrl(url, error, configuration);
     if (error || !info || info->serverVersion().empty()) return std::nullopt;
     return info->serverVersion();
 }
 
-std::optional<QMROcReadServerInfoResponse> QMROwnCloudDataStore::readServerInfoForUrl(const std::string& url,
-                                                                                      QMRErrorSlot& error) {
+std::optional<QMROcReadServerInfoResponse> QMROwnCloudDataStore::readServerInfoForUrl(
+    const std::string& url, QMRErrorSlot& error, const QMRUrlSessionConfiguration& configuration) {
     // Before any login there is no account session; the status page needs no cookie.
-    QMRUrlSession session;
+    QMRUrlSession session(configuration);
     return QMROcReadServerInfoRequest(session, url).send(error);
 }
 
