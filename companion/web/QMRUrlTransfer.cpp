@@ -3,6 +3,7 @@
 #include <curl/curl.h>
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <charconv>
 #include <mutex>
 #include <new>
@@ -157,6 +158,15 @@ bool endsWithLabel(std::string_view host, std::string_view label) {
         fmt::format("The Content-Length header \"{}\" does not match {}", declared, what));
 }
 
+// Header fields that only describe the request may follow it to another origin; curl removes
+// Authorization and Cookie there itself.
+bool goesAnywhere(std::string_view name) {
+    static constexpr std::string_view neutral[] = {"Accept",     "Accept-Encoding", "Accept-Language", "Authorization",
+                                                   "Content-Length", "Content-Type", "Cookie",        "Depth",
+                                                   "Expect",     "Overwrite",       "Timeout",         "User-Agent"};
+    return std::ranges::any_of(neutral, [name](std::string_view one) { return QMRHttpHeaderFields::namesEqual(name, one); });
+}
+
 CurlList buildHeaderLines(const QMRUrlRequest& request, bool bodyAttached) {
     CurlList lines;
     const QMRHttpHeaderFields& fields = request.allHTTPHeaderFields();
@@ -190,6 +200,8 @@ struct QMRUrlTransfer::Plan {
     curl_off_t streamRemaining = -1;
     bool attached = false;
     CurlList headerLines;
+    // The first header field set by the caller that must not reach another origin; empty if none.
+    std::string privateHeaderField;
     CurlUrl url;
 };
 
@@ -219,7 +231,7 @@ struct QMRUrlTransfer::Callbacks {
         } catch (...) {
             transfer._abandoned = true;
         }
-        return transfer._abandoned || transfer._redirectRefused ? 0 : size * count;
+        return transfer._abandoned || !transfer._redirectRefusedFor.empty() ? 0 : size * count;
     }
 
     static void noteHeaderLine(QMRUrlTransfer& transfer, std::string_view text) {
@@ -235,7 +247,7 @@ struct QMRUrlTransfer::Callbacks {
                 transfer._redirectLocation = value.substr(first, value.find_last_not_of(" \t\r\n") + 1 - first);
         } else if (text == "\r\n" || text == "\n") {
             transfer._headerFieldsEnded = true;
-            transfer._redirectRefused = transfer.redirectTakesBodyElsewhere();
+            transfer._redirectRefusedFor = transfer.privateDataTakenByRedirect();
         }
     }
 
@@ -306,6 +318,11 @@ QMRUrlTransfer::QMRUrlTransfer(const QMRUrlRequest& request, std::chrono::millis
             refuseContentLength(*declared, fmt::format("the {} bytes of the body", sent));
     }
     plan.headerLines = buildHeaderLines(request, plan.attached);
+    for (const auto& [name, value] : request.allHTTPHeaderFields())
+        if (!goesAnywhere(name)) {
+            plan.privateHeaderField = name;
+            break;
+        }
 
     plan.url.reset(curl_url());
     if (!plan.url) throw std::bad_alloc();
@@ -406,10 +423,10 @@ std::optional<std::size_t> QMRUrlTransfer::supplyBody(std::span<std::uint8_t> ro
 std::optional<QMRError> QMRUrlTransfer::failureFor(int curlResult) const {
     const auto result = static_cast<CURLcode>(curlResult);
     if (_idleTimedOut) return idleTimeoutFailure();
-    if (_redirectRefused)
+    if (!_redirectRefusedFor.empty())
         return urlError(QMRUrlErrorCancelled, _request.URL(),
-                        fmt::format("Not followed: the redirect to {} would take the request's body to another host",
-                                    _redirectLocation));
+                        fmt::format("Not followed: the redirect to {} would take {} to another host", _redirectLocation,
+                                    _redirectRefusedFor));
     // curl takes a connection closed inside the header fields for the end of a complete answer.
     if (result == CURLE_OK && !_headerFieldsEnded)
         return urlError(QMRUrlErrorNetworkConnectionLost, _request.URL(), "The answer ended inside its header fields");
@@ -424,16 +441,23 @@ std::optional<QMRError> QMRUrlTransfer::failureFor(int curlResult) const {
     return urlError(code, _request.URL(), _errorText[0] != '\0' ? _errorText.data() : curl_easy_strerror(result));
 }
 
-bool QMRUrlTransfer::redirectTakesBodyElsewhere() const {
-    // An empty body takes nothing along.
-    const bool bodyHoldsBytes = _plan->stream != nullptr || !_plan->bytes->empty();
-    if (!_plan->attached || !bodyHoldsBytes || _redirectLocation.empty()) return false;
+std::string QMRUrlTransfer::privateDataTakenByRedirect() const {
     long status = 0;
     curl_easy_getinfo(_handle, CURLINFO_RESPONSE_CODE, &status);
-    // A POST becomes a GET on 301, 302 and 303; every other method keeps its body on any redirect.
-    const bool bodyGoesAlong = status == 307 || status == 308 ||
-                               ((status == 301 || status == 302 || status == 303) && _request.HTTPMethod() != "POST");
-    if (!bodyGoesAlong) return false;
+    // curl follows the Location of any 3xx answer.
+    if (_redirectLocation.empty() || status < 300 || status > 399) return {};
+    // An empty body takes nothing along. A POST becomes a GET on 301, 302 and 303; every other
+    // method, and a POST on any other redirect, keeps its body.
+    const bool bodyHoldsBytes = _plan->stream != nullptr || !_plan->bytes->empty();
+    const bool postTurnsIntoGet = _request.HTTPMethod() == "POST" && status >= 301 && status <= 303;
+    const bool bodyGoesAlong = _plan->attached && bodyHoldsBytes && !postTurnsIntoGet;
+    if (!bodyGoesAlong && _plan->privateHeaderField.empty()) return {};
+    if (!redirectLeavesOrigin()) return {};
+    return bodyGoesAlong ? std::string("the request's body")
+                         : fmt::format("the request's header field \"{}\"", _plan->privateHeaderField);
+}
+
+bool QMRUrlTransfer::redirectLeavesOrigin() const {
     char* current = nullptr;
     curl_easy_getinfo(_handle, CURLINFO_EFFECTIVE_URL, &current);
     CurlUrl target(curl_url());

@@ -74,10 +74,15 @@ private:
     struct Plan;
     struct Callbacks;
 
-    // Whether the answer whose header fields just ended redirects to another host (name or port) and
-    // curl would send the request's bytes along: they may hold credentials (a login form), so such
-    // a redirect is not followed and the transfer fails with QMRUrlErrorCancelled.
-    bool redirectTakesBodyElsewhere() const;
+    // What following the answer whose header fields just ended would take to another origin (host
+    // name or port) that may be private: the request's bytes (a login form holds the password) or a
+    // header field the caller set beyond those that only describe the request (a session's request
+    // token, a lock token). Empty when nothing would; curl itself drops Authorization and Cookie
+    // there. A redirect that takes anything along is not followed: the transfer fails with
+    // QMRUrlErrorCancelled.
+    std::string privateDataTakenByRedirect() const;
+    // Whether the last answer's Location, resolved as curl resolves it, names another host or port.
+    bool redirectLeavesOrigin() const;
 
     const QMRUrlRequest& _request;
     std::chrono::milliseconds _idleLimit;
@@ -89,9 +94,10 @@ private:
     bool _idleTimedOut = false;
     // Whether the last answer's header fields reached their closing empty line.
     bool _headerFieldsEnded = false;
-    // The last answer's Location, and whether following it was refused (see redirectTakesBodyElsewhere).
+    // The last answer's Location, and what following it would have taken away when it was refused
+    // (see privateDataTakenByRedirect).
     std::string _redirectLocation;
-    bool _redirectRefused = false;
+    std::string _redirectRefusedFor;
     bool _abandoned = false;
     std::array<char, 256> _errorText{};
 };

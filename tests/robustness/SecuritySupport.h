@@ -8,6 +8,7 @@
 #include <iterator>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <variant>
 #include <vector>
 
@@ -40,10 +41,20 @@ inline ScriptedHttpServer::Handler redirectingTo(const std::string& origin) {
     };
 }
 
-// Whether any request the server got carried a body.
-inline bool anyBody(const ScriptedHttpServer& server) {
+// The header fields that hold a secret of the session or of a lock, besides Authorization and Cookie.
+inline constexpr std::string_view secretHeaderFields[] = {"requesttoken", "If", "Lock-Token"};
+
+// Whether a request carries a body or a secret header field: what must never reach another origin.
+inline bool carriesSecrets(const ScriptedHttpRequest& request) {
+    return !request.body.empty() || std::ranges::any_of(secretHeaderFields, [&](std::string_view name) {
+               return request.headers.contains(name);
+           });
+}
+
+// Whether any request the server got carried a body or a secret header field.
+inline bool anySecrets(const ScriptedHttpServer& server) {
     const std::vector<ScriptedHttpRequest> requests = server.requests();
-    return std::ranges::any_of(requests, [](const ScriptedHttpRequest& request) { return !request.body.empty(); });
+    return std::ranges::any_of(requests, carriesSecrets);
 }
 
 // Whether any request carried the injected line as a header field of its own.

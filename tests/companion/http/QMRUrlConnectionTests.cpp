@@ -281,6 +281,35 @@ TEST_F(QMRUrlConnectionTest, CredentialsFollowARedirectOnlyToTheSameHost) {
     EXPECT_EQ(response.URL(), otherHost + "/other");
 }
 
+// A session's token in a field of the caller's own is a credential curl does not know of: a redirect
+// that would take it to another host is refused, while fields that only describe the request go along.
+TEST_F(QMRUrlConnectionTest, ACallersOwnHeaderFieldFollowsARedirectOnlyToTheSameHost) {
+    const std::string otherHost = "http://localhost:" + std::to_string(server.port());
+    server.enqueue(ScriptedHttpAnswer::withStatus(307).withHeader("Location", "/same"))
+        .enqueue(ScriptedHttpAnswer::withStatus(302).withHeader("Location", otherHost + "/other"));
+    QMRUrlRequest request(server.url("/start"));
+    request.setValue("t0k3n", "requesttoken");
+    request.setValue("1", "Depth");
+
+    EXPECT_EQ(send(request), std::nullopt);
+
+    ASSERT_TRUE(error.has_value());
+    EXPECT_EQ(error->code(), QMRUrlErrorCancelled);
+    EXPECT_THAT(error->localizedFailureReason().value_or(""), HasSubstr("header field \"requesttoken\""));
+    ASSERT_EQ(server.requestCount(), 2u) << "nothing reaches the other host";
+    EXPECT_EQ(server.request(1).header("requesttoken"), "t0k3n");
+
+    server.enqueue(ScriptedHttpAnswer::withStatus(301).withHeader("Location", otherHost + "/listing"))
+        .enqueue(ScriptedHttpAnswer::withStatus(200, "listed"));
+    QMRUrlRequest neutral(server.url("/start"));
+    neutral.setValue("1", "Depth");
+    neutral.setValue("application/xml", "Accept");
+    error.reset();
+
+    EXPECT_THAT(send(neutral), Optional(bytes("listed")));
+    EXPECT_EQ(server.request(3).header("Depth"), "1");
+}
+
 TEST_F(QMRUrlConnectionTest, APostAnsweredWithAFoundRedirectIsFollowedByAGetWithTheNewCookie) {
     server
         .enqueue(ScriptedHttpAnswer::withStatus(302)
