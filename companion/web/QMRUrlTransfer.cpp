@@ -161,10 +161,11 @@ bool endsWithLabel(std::string_view host, std::string_view label) {
 // Header fields that only describe the request may follow it to another origin; curl removes
 // Authorization and Cookie there itself.
 bool goesAnywhere(std::string_view name) {
-    static constexpr std::string_view neutral[] = {"Accept",     "Accept-Encoding", "Accept-Language", "Authorization",
-                                                   "Content-Length", "Content-Type", "Cookie",        "Depth",
-                                                   "Expect",     "Overwrite",       "Timeout",         "User-Agent"};
-    return std::ranges::any_of(neutral, [name](std::string_view one) { return QMRHttpHeaderFields::namesEqual(name, one); });
+    static constexpr std::string_view neutral[] = {
+        "Accept", "Accept-Encoding", "Accept-Language", "Authorization", "Content-Length", "Content-Type",
+        "Cookie", "Depth",           "Expect",          "Overwrite",     "Timeout",        "User-Agent"};
+    return std::ranges::any_of(neutral,
+                               [name](std::string_view one) { return QMRHttpHeaderFields::namesEqual(name, one); });
 }
 
 CurlList buildHeaderLines(const QMRUrlRequest& request, bool bodyAttached) {

@@ -47,8 +47,8 @@ inline constexpr std::string_view secretHeaderFields[] = {"requesttoken", "If", 
 // Whether a request carries a body or a secret header field: what must never reach another origin.
 inline bool carriesSecrets(const ScriptedHttpRequest& request) {
     return !request.body.empty() || std::ranges::any_of(secretHeaderFields, [&](std::string_view name) {
-               return request.headers.contains(name);
-           });
+        return request.headers.contains(name);
+    });
 }
 
 // Whether any request the server got carried a body or a secret header field.
