@@ -16,29 +16,8 @@ namespace broken_answers {
 // Short enough that a stalled exchange ends quickly, long enough for any loopback answer.
 inline constexpr std::chrono::milliseconds sessionTimeout{250};
 
-inline ScriptedHttpAnswer stalledBeforeAnswering() {
-    return ScriptedHttpAnswer::stall();
-}
-inline ScriptedHttpAnswer stalledInsideTheBody() {
-    return ScriptedHttpAnswer::rawThenStall("HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\nthe first part");
-}
-inline ScriptedHttpAnswer closedInsideTheHeaderFields() {
-    return ScriptedHttpAnswer::raw("HTTP/1.1 200 OK\r\nContent-Type: appli");
-}
 inline ScriptedHttpAnswer closedBeforeTheContentLengthWasSent() {
     return ScriptedHttpAnswer::raw("HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\nthe first part");
-}
-inline ScriptedHttpAnswer closedInsideAChunk() {
-    return ScriptedHttpAnswer::raw("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n40\r\nthe first part");
-}
-inline ScriptedHttpAnswer malformedStatusLine() {
-    return ScriptedHttpAnswer::raw("HTTP/1.1 2OO OK\r\nContent-Length: 2\r\n\r\n{}");
-}
-inline ScriptedHttpAnswer noStatusLineAtAll() {
-    return ScriptedHttpAnswer::raw("{\"data\":{}}\r\n");
-}
-inline ScriptedHttpAnswer unreadableContentLength() {
-    return ScriptedHttpAnswer::raw("HTTP/1.1 200 OK\r\nContent-Length: many\r\n\r\n{}");
 }
 
 // A whole answer whose Content-Length covers only the start of the bytes that follow; the rest
@@ -63,16 +42,24 @@ inline void PrintTo(const TransportFault& fault, std::ostream* out) {
 
 // The faults that every exchange, whatever it asks, must turn into its transport error.
 inline const std::vector<TransportFault>& transportFaults() {
+    const auto raw = [](const char* bytes) { return [bytes] { return ScriptedHttpAnswer::raw(bytes); }; };
     static const std::vector<TransportFault> faults = {
-        {"stalled before answering", stalledBeforeAnswering, QMRUrlErrorTimedOut},
-        {"stalled inside the body", stalledInsideTheBody, QMRUrlErrorTimedOut},
-        {"closed inside the header fields", closedInsideTheHeaderFields, QMRUrlErrorNetworkConnectionLost},
+        {"stalled before answering", ScriptedHttpAnswer::stall, QMRUrlErrorTimedOut},
+        {"stalled inside the body",
+         [] {
+             return ScriptedHttpAnswer::rawThenStall("HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\nthe first part");
+         },
+         QMRUrlErrorTimedOut},
+        {"closed inside the header fields", raw("HTTP/1.1 200 OK\r\nContent-Type: appli"),
+         QMRUrlErrorNetworkConnectionLost},
         {"closed before the Content-Length was sent", closedBeforeTheContentLengthWasSent,
          QMRUrlErrorNetworkConnectionLost},
-        {"closed inside a chunk", closedInsideAChunk, QMRUrlErrorNetworkConnectionLost},
-        {"malformed status line", malformedStatusLine, QMRUrlErrorBadServerResponse},
-        {"no status line at all", noStatusLineAtAll, QMRUrlErrorBadServerResponse},
-        {"unreadable Content-Length", unreadableContentLength, QMRUrlErrorBadServerResponse},
+        {"closed inside a chunk", raw("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n40\r\nthe first part"),
+         QMRUrlErrorNetworkConnectionLost},
+        {"malformed status line", raw("HTTP/1.1 2OO OK\r\nContent-Length: 2\r\n\r\n{}"), QMRUrlErrorBadServerResponse},
+        {"no status line at all", raw("{\"data\":{}}\r\n"), QMRUrlErrorBadServerResponse},
+        {"unreadable Content-Length", raw("HTTP/1.1 200 OK\r\nContent-Length: many\r\n\r\n{}"),
+         QMRUrlErrorBadServerResponse},
     };
     return faults;
 }
