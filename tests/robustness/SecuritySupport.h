@@ -1,6 +1,8 @@
 #pragma once
 // What the security tests of every back-end share: the TLS identity of the in-process servers,
 // redirects to another origin, and looks at what reached a server or what an error carries.
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <exception>
 #include <fstream>
@@ -12,10 +14,19 @@
 #include <variant>
 #include <vector>
 
+#include "DataStore/contract/QMRDataStoreError.h"
 #include "companion/util/QMRError.h"
+#include "tests/support/DataStoreTestSupport.h"
 #include "tests/support/ScriptedHttpServer.h"
 
 namespace security_support {
+
+// The error of an operation that never got an answer: 103, with the transport's error under it.
+inline void expectTransportFailure(const QMRErrorSlot& error, long transportCode) {
+    test_support::expectDataStoreError(error, QMRDataStoreErrorServerUnavailable, "Server down or server busy");
+    ASSERT_TRUE(error && error->underlyingError());
+    EXPECT_EQ(error->underlyingError()->code(), transportCode);
+}
 
 inline std::string tlsFile(const std::string& name) {
     return std::string(QMR_TEST_TLS_DIR) + "/" + name;
