@@ -1,17 +1,21 @@
 #include "OwnCloudBenchPages.h"
 
+#include "OcText.h"
+
 #include <fmt/format.h>
 
 #include <array>
-#include <cctype>
 #include <chrono>
-#include <cmath>
 #include <iterator>
 #include <string_view>
 
 namespace owncloud_bench {
 
 namespace {
+
+using fake_owncloud::html;
+using fake_owncloud::humanSize;
+using fake_owncloud::rawUrlEncode;
 
 constexpr std::string_view kUser = "carol";
 constexpr std::string_view kRequestToken = "q2V5bWJ0ZXN0dG9rZW4xMjM0NTY3OD";
@@ -20,59 +24,6 @@ constexpr std::int64_t kNewestMtime = 1'370'268'300;
 constexpr std::array<std::string_view, 12> kMonths = {"January",   "February", "March",    "April",
                                                       "May",       "June",     "July",     "August",
                                                       "September", "October",  "November", "December"};
-
-// PHP's rawurlencode, as the server escapes data-file and links.
-std::string rawUrlEncode(std::string_view text, bool keepSlash) {
-    std::string out;
-    for (char c : text) {
-        const auto byte = static_cast<unsigned char>(c);
-        const bool plain = (byte < 0x80 && std::isalnum(byte) != 0) || c == '-' || c == '_' || c == '.' || c == '~';
-        if (plain || (keepSlash && c == '/'))
-            out += c;
-        else
-            fmt::format_to(std::back_inserter(out), "%{:02X}", byte);
-    }
-    return out;
-}
-
-std::string html(std::string_view text) {
-    std::string out;
-    for (char c : text) switch (c) {
-            case '&':
-                out += "&amp;";
-                break;
-            case '<':
-                out += "&lt;";
-                break;
-            case '>':
-                out += "&gt;";
-                break;
-            case '"':
-                out += "&quot;";
-                break;
-            case '\'':
-                out += "&#039;";
-                break;
-            default:
-                out += c;
-        }
-    return out;
-}
-
-// "512 B", "1.5 kB", "2 GB": binary steps, one decimal, a whole amount without ".0".
-std::string humanSize(std::int64_t bytes) {
-    if (bytes < 1024) return fmt::format("{} B", bytes);
-    double amount = static_cast<double>(bytes);
-    for (std::string_view unit : {"kB", "MB", "GB", "TB"}) {
-        amount = std::round(amount / 1024 * 10) / 10;
-        if (amount < 1024 || unit == "TB") {
-            std::string number = fmt::format("{:.1f}", amount);
-            if (number.ends_with(".0")) number.resize(number.size() - 2);
-            return fmt::format("{} {}", number, unit);
-        }
-    }
-    return {};
-}
 
 // 4.5.7 "June 3, 2013, 14:05"; 5.0.6 "June  3, 2013 14:05".
 std::string dateTitle(Release release, std::int64_t mtime) {
