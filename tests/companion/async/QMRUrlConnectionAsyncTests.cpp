@@ -27,8 +27,12 @@ std::shared_ptr<QMRUrlConnection> startConnection(QMRUrlSession& session, const 
 TEST(QMRUrlConnectionAsyncDownload, DeliversResponseThenEveryPieceThenFinishOnTheRunLoop) {
     ScriptedHttpServer server;
     const QMRData content = patternedBytes(1024 * 1024);
-    server.enqueue(ScriptedHttpAnswer::withStatus(200).withHeader("X-Kind", "file").withBody(content));
+    server.enqueue(ScriptedHttpAnswer::withStatus(200).withHeader("Set-Cookie", "oc_session=abc; Path=/"))
+        .enqueue(ScriptedHttpAnswer::withStatus(200).withHeader("X-Kind", "file").withBody(content));
     QMRUrlSession session;
+    QMRHttpUrlResponse response;
+    QMRErrorSlot error;
+    QMRUrlConnection::sendSynchronousRequest(session, QMRUrlRequest(server.url("/login")), response, error);
     auto delegate = std::make_shared<RecordingConnectionDelegate>();
 
     startConnection(session, QMRUrlRequest(server.url("/file")), delegate);
@@ -42,51 +46,25 @@ TEST(QMRUrlConnectionAsyncDownload, DeliversResponseThenEveryPieceThenFinishOnTh
     EXPECT_THAT(delegate->pieces, Gt(1u)) << "the body is handed on as it arrives, not gathered";
     EXPECT_EQ(delegate->body, content);
     EXPECT_FALSE(QMRRunLoop::current().hasScheduledWork());
-}
-
-TEST(QMRUrlConnectionAsyncDownload, AnEmptyAnswerOfAnyStatusGivesResponseAndFinishOnly) {
-    ScriptedHttpServer server;
-    server.enqueue(ScriptedHttpAnswer::withStatus(404));
-    QMRUrlSession session;
-    auto delegate = std::make_shared<RecordingConnectionDelegate>();
-
-    startConnection(session, QMRUrlRequest(server.url("/missing")), delegate);
-    QMRRunLoop::current().run();
-
-    EXPECT_THAT(delegate->calls, ElementsAre("response", "finish"));
-    EXPECT_EQ(delegate->response->statusCode(), 404);
-}
-
-TEST(QMRUrlConnectionAsyncDownload, SendsTheSessionsCookiesAndTheSharedRequestSetUp) {
-    ScriptedHttpServer server;
-    server.enqueue(ScriptedHttpAnswer::withStatus(200).withHeader("Set-Cookie", "oc_session=abc; Path=/"))
-        .enqueue(ScriptedHttpAnswer::withStatus(200, "content"));
-    QMRUrlSession session;
-    QMRHttpUrlResponse response;
-    QMRErrorSlot error;
-    QMRUrlConnection::sendSynchronousRequest(session, QMRUrlRequest(server.url("/login")), response, error);
-    auto delegate = std::make_shared<RecordingConnectionDelegate>();
-
-    startConnection(session, QMRUrlRequest(server.url("/file")), delegate);
-    QMRRunLoop::current().run();
-
+    // The session's cookies and the request set-up that the synchronous path uses.
     ASSERT_EQ(server.requestCount(), 2u);
     EXPECT_EQ(server.request(1).header("Cookie"), "oc_session=abc");
     EXPECT_EQ(server.request(1).header("Accept-Language"), "en");
     EXPECT_FALSE(server.request(1).headers.contains("Expect"));
 }
 
-TEST(QMRUrlConnectionAsyncDownload, StartingImmediatelyUsesTheCallingThreadsRunLoop) {
+TEST(QMRUrlConnectionAsyncDownload, AnEmptyAnswerStartedAtOnceGivesResponseAndFinishOnTheCallingThreadsLoop) {
     ScriptedHttpServer server;
-    server.enqueue(ScriptedHttpAnswer::withStatus(200, "now"));
+    server.enqueue(ScriptedHttpAnswer::withStatus(404));
     QMRUrlSession session;
     auto delegate = std::make_shared<RecordingConnectionDelegate>();
 
-    auto connection = QMRUrlConnection::initWithRequest(session, QMRUrlRequest(server.url("/")), delegate, true);
+    auto connection = QMRUrlConnection::initWithRequest(session, QMRUrlRequest(server.url("/missing")), delegate, true);
     EXPECT_TRUE(QMRRunLoop::current().hasScheduledWork());
     QMRRunLoop::current().run();
 
-    EXPECT_THAT(delegate->calls, ElementsAre("response", "data", "finish"));
+    EXPECT_THAT(delegate->calls, ElementsAre("response", "finish"));
+    EXPECT_EQ(delegate->response->statusCode(), 404);
 }
 
 TEST(QMRUrlConnectionAsyncCancel, CancelInsideTheResponseCallbackStopsEveryLaterCallback) {
@@ -124,66 +102,31 @@ TEST(QMRUrlConnectionAsyncCancel, CancelOnTheFirstPieceEndsTheDownloadEvenWhenIt
     EXPECT_FALSE(QMRRunLoop::current().hasScheduledWork());
 }
 
-TEST(QMRUrlConnectionAsyncCancel, CancelBeforeTheLoopRunsMeansNoCallbackAtAll) {
-    ScriptedHttpServer server;
-    server.enqueue(ScriptedHttpAnswer::withStatus(200, "unseen"));
+// The streamed upload tests show a refused connection failing the same way.
+TEST(QMRUrlConnectionAsyncFailure, AnUnsupportedUrlFailsFromTheRunLoopWithoutTraffic) {
+    const RefusingPort refusing;  // were the request sent after all, it would fail with another code
     QMRUrlSession session;
     auto delegate = std::make_shared<RecordingConnectionDelegate>();
 
-    auto connection = startConnection(session, QMRUrlRequest(server.url("/")), delegate);
-    connection->cancel();
-    connection->start();  // a cancelled connection does not start again
-    QMRRunLoop::current().run();
-
+    startConnection(session, QMRUrlRequest(refusing.url("/file", "ftp")), delegate);
     EXPECT_TRUE(delegate->calls.empty());
-}
-
-TEST(QMRUrlConnectionAsyncFailure, ARefusedConnectionFailsWithCannotConnect) {
-    RefusingPort port;
-    QMRUrlSession session;
-    auto delegate = std::make_shared<RecordingConnectionDelegate>();
-
-    startConnection(session, QMRUrlRequest(port.url("/file")), delegate);
     QMRRunLoop::current().run();
 
     EXPECT_THAT(delegate->calls, ElementsAre("fail"));
     EXPECT_EQ(delegate->error->domain(), QMRUrlErrorDomain);
-    EXPECT_EQ(delegate->error->code(), QMRUrlErrorCannotConnectToHost);
-}
-
-TEST(QMRUrlConnectionAsyncFailure, AStalledServerFailsWithTimedOutWithinTheSessionsIdleLimit) {
-    ScriptedHttpServer server;
-    server.enqueue(ScriptedHttpAnswer::stall());
-    QMRUrlSession session;
-    session.setTimeoutInterval(std::chrono::milliseconds(200));
-    auto delegate = std::make_shared<RecordingConnectionDelegate>();
-
-    const auto started = std::chrono::steady_clock::now();
-    startConnection(session, QMRUrlRequest(server.url("/stalled")), delegate);
-    QMRRunLoop::current().run();
-
-    EXPECT_THAT(delegate->calls, ElementsAre("fail"));
-    EXPECT_EQ(delegate->error->code(), QMRUrlErrorTimedOut);
-    EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(10));
-}
-
-TEST(QMRUrlConnectionAsyncFailure, AnUnsupportedUrlFailsFromTheRunLoopWithoutTraffic) {
-    QMRUrlSession session;
-    auto delegate = std::make_shared<RecordingConnectionDelegate>();
-
-    startConnection(session, QMRUrlRequest("ftp://127.0.0.1/file"), delegate);
-    EXPECT_TRUE(delegate->calls.empty());
-    QMRRunLoop::current().run();
-
-    EXPECT_THAT(delegate->calls, ElementsAre("fail"));
     EXPECT_EQ(delegate->error->code(), QMRUrlErrorUnsupportedURL);
 }
 
-TEST(QMRRunLoopRun, ReturnsAtOnceWhenNothingIsScheduled) {
+TEST(QMRRunLoopRun, ReturnsAtOnceWhenNoConnectionIsUnderWay) {
+    ScriptedHttpServer server;
+    server.enqueue(ScriptedHttpAnswer::withStatus(200, "unseen"));
     QMRUrlSession session;
     auto delegate = std::make_shared<RecordingConnectionDelegate>();
-    // A connection that is not started is not under way.
-    auto idle = QMRUrlConnection::initWithRequest(session, QMRUrlRequest("http://127.0.0.1:1/"), delegate, false);
+    // One connection is not started; the other is cancelled before the loop runs, and does not start again.
+    auto idle = QMRUrlConnection::initWithRequest(session, QMRUrlRequest(server.url("/")), delegate, false);
+    auto cancelled = startConnection(session, QMRUrlRequest(server.url("/")), delegate);
+    cancelled->cancel();
+    cancelled->start();
 
     QMRRunLoop::current().run();
 

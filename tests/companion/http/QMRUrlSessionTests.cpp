@@ -24,76 +24,45 @@ long statusOf(QMRUrlSession& session, const std::string& url) {
     return response.statusCode();
 }
 
-TEST(QMRUrlSessionCookies, AnAnswersCookiesGoBackWithTheSessionsLaterRequestsOnly) {
+TEST(QMRUrlSessionCookies, AnAnswersCookiesGoBackWithTheSessionsLaterRequestsOnlyUntilTheyExpire) {
     ScriptedHttpServer server;
+    server.enqueue(ScriptedHttpAnswer::withStatus(200)
+                       .withHeader("Set-Cookie", "oc_session=abc; Path=/; HttpOnly")
+                       .withHeader("Set-Cookie", "lang=en; Path=/"));
     server.setHandler([](const ScriptedHttpRequest& request) {
-        if (request.target == "/login")
-            return ScriptedHttpAnswer::withStatus(200)
-                .withHeader("Set-Cookie", "oc_session=abc; Path=/; HttpOnly")
-                .withHeader("Set-Cookie", "lang=en; Path=/");
+        if (request.target == "/logout")
+            return ScriptedHttpAnswer::withStatus(200).withHeader(
+                "Set-Cookie", "oc_session=; Path=/; Expires=Thu, 01 Jan 1970 00:00:00 GMT");
         return ScriptedHttpAnswer::withStatus(200);
     });
     QMRUrlSession account;
     QMRUrlSession otherAccount;
 
-    statusOf(account, server.url("/login"));
-    statusOf(account, server.url("/files"));
+    for (const char* target : {"/login", "/files", "/logout", "/files/again"}) statusOf(account, server.url(target));
     statusOf(otherAccount, server.url("/files"));
-    statusOf(account, server.url("/files/again"));
 
     EXPECT_FALSE(server.request(0).headers.contains("Cookie"));
     EXPECT_EQ(server.request(1).header("Cookie"), "oc_session=abc; lang=en");
-    EXPECT_FALSE(server.request(2).headers.contains("Cookie"));
-    EXPECT_EQ(server.request(3).header("Cookie"), "oc_session=abc; lang=en");
+    EXPECT_EQ(server.request(3).header("Cookie"), "lang=en");
+    EXPECT_FALSE(server.request(4).headers.contains("Cookie"));
 }
 
-TEST(QMRUrlSessionCookies, AnExpiredCookieIsNoLongerSent) {
+TEST(QMRUrlSessionConnections, ASessionsRequestsShareOneConnectionOfItsOwnUntilATransportFailure) {
     ScriptedHttpServer server;
-    server.enqueue(ScriptedHttpAnswer::withStatus(200).withHeader("Set-Cookie", "s=1; Path=/"))
-        .enqueue(ScriptedHttpAnswer::withStatus(200).withHeader("Set-Cookie",
-                                                                "s=; Path=/; Expires=Thu, 01 Jan 1970 00:00:00 GMT"))
-        .enqueue(ScriptedHttpAnswer::withStatus(200));
-    QMRUrlSession session;
-
-    for (int i = 0; i < 3; ++i) statusOf(session, server.url("/"));
-
-    EXPECT_EQ(server.request(1).header("Cookie"), "s=1");
-    EXPECT_FALSE(server.request(2).headers.contains("Cookie"));
-}
-
-TEST(QMRUrlSessionConnections, TheRequestsOfOneSessionShareOneConnection) {
-    ScriptedHttpServer server;
+    server.enqueue(ScriptedHttpAnswer::closeConnection());
     server.setHandler([](const ScriptedHttpRequest&) { return ScriptedHttpAnswer::withStatus(200, "again"); });
     QMRUrlSession session;
-
-    for (int i = 0; i < 5; ++i) EXPECT_EQ(statusOf(session, server.url("/item/" + std::to_string(i))), 200);
-
-    const auto received = server.requests();
-    ASSERT_EQ(received.size(), 5u);
-    EXPECT_THAT(received, Each(Field(&ScriptedHttpRequest::connectionId, received.front().connectionId)));
-    EXPECT_EQ(server.connectionCount(), 1u);
-}
-
-TEST(QMRUrlSessionConnections, TwoSessionsDoNotShareAConnection) {
-    ScriptedHttpServer server;
-    server.setHandler([](const ScriptedHttpRequest&) { return ScriptedHttpAnswer::withStatus(200); });
-    QMRUrlSession first;
-    QMRUrlSession second;
-
-    statusOf(first, server.url("/"));
-    statusOf(second, server.url("/"));
-
-    EXPECT_NE(server.request(0).connectionId, server.request(1).connectionId);
-}
-
-TEST(QMRUrlSessionConnections, ARequestAfterATransportFailureOpensAFreshConnection) {
-    ScriptedHttpServer server;
-    server.enqueue(ScriptedHttpAnswer::closeConnection()).enqueue(ScriptedHttpAnswer::withStatus(200));
-    QMRUrlSession session;
+    QMRUrlSession other;
 
     EXPECT_LT(statusOf(session, server.url("/")), 0);
-    EXPECT_EQ(statusOf(session, server.url("/")), 200);
-    EXPECT_EQ(server.connectionCount(), 2u);
+    for (int i = 0; i < 5; ++i) EXPECT_EQ(statusOf(session, server.url("/item/" + std::to_string(i))), 200);
+    statusOf(other, server.url("/"));
+
+    const auto received = server.requests();
+    ASSERT_EQ(received.size(), 7u);
+    EXPECT_THAT(std::vector(received.begin() + 1, received.end() - 1),
+                Each(Field(&ScriptedHttpRequest::connectionId, received[1].connectionId)));
+    EXPECT_EQ(server.connectionCount(), 3u) << "the failed one, the session's fresh one, the other session's";
 }
 
 TEST(QMRUrlSessionThreads, ConcurrentSendersOfOneSessionAllGetTheirAnswers) {
@@ -137,18 +106,14 @@ TEST(QMRUrlSessionLifetime, IsMovableNotCopyableAndRefusesUseOnceMovedFrom) {
     EXPECT_THROW(statusOf(original, server.url("/")), QMRInvalidOperationException);  // NOLINT(bugprone-use-after-move)
 }
 
-TEST(QMRUrlSessionTimeout, DefaultsToSixtySecondsAndMustBePositive) {
-    QMRUrlSession session;
-    EXPECT_EQ(session.timeoutInterval(), std::chrono::seconds(60));
-    EXPECT_THROW(session.setTimeoutInterval(std::chrono::milliseconds(0)), QMRInvalidArgumentException);
-    session.setTimeoutInterval(std::chrono::milliseconds(250));
-    EXPECT_EQ(session.timeoutInterval(), std::chrono::milliseconds(250));
-}
-
-TEST(QMRUrlSessionConfiguration, ASessionStartsWithTheSettingsItIsMadeWith) {
-    const QMRUrlSession byDefault{QMRUrlSessionConfiguration{}};
+TEST(QMRUrlSessionConfiguration, ASessionStartsWithTheSettingsItIsMadeWithAndTheTimeOutMustBePositive) {
+    EXPECT_EQ(QMRUrlSession().timeoutInterval(), std::chrono::seconds(60));
+    QMRUrlSession byDefault{QMRUrlSessionConfiguration{}};
     EXPECT_EQ(byDefault.timeoutInterval(), std::chrono::seconds(60));
     EXPECT_EQ(byDefault.trustedCertificateFile(), "");
+    EXPECT_THROW(byDefault.setTimeoutInterval(std::chrono::milliseconds(0)), QMRInvalidArgumentException);
+    byDefault.setTimeoutInterval(std::chrono::milliseconds(250));
+    EXPECT_EQ(byDefault.timeoutInterval(), std::chrono::milliseconds(250));
 
     ScriptedHttpServer server;
     server.enqueue(ScriptedHttpAnswer::stall());
