@@ -10,16 +10,12 @@
 #include "DataStore/owncloud/QMROcReadFolderContentRequestv5_0_6.h"
 #include "tests/owncloud/QMROcTestSupport.h"
 
-using oc_test::reasonRaisedBy;
+using namespace oc_test;
 
 namespace {
 
 const std::string forbiddenCharacters = "Characters \\<>:\"|?* are disallowed";
 const std::string reservedKeyword = "Shared is a reserved keyword and not allowed";
-
-std::string idOf(const std::string& path, std::int32_t type = 1) {
-    return QMROcFileOrFolderId("7", path, type).toString();
-}
 
 TEST(OwnCloudPathUtil, ParentJoinsInnerComponentsWithoutSeparatorsAndLastComponentIsTheName) {
     const std::pair<const char*, const char*> parents[] = {
@@ -67,7 +63,7 @@ TEST(OwnCloudFileOrFolderId, TextRoundTripRestoresEveryFieldEvenWithMarkupCharac
     EXPECT_EQ(back.path(), "/R&D/<draft> a.txt");
     EXPECT_EQ(back.resourceType(), 2);
     EXPECT_EQ(back.resourceTypeName(), "file");
-    EXPECT_EQ(QMROcFileOrFolderId(idOf("/Docs")).resourceTypeName(), "folder");
+    EXPECT_EQ(QMROcFileOrFolderId(folderIdOf("/Docs")).resourceTypeName(), "folder");
 }
 
 TEST(OwnCloudFileOrFolderId, AnythingButFileOrFolderIsAnInvalidResourceType) {
@@ -85,10 +81,10 @@ TEST(OwnCloudRequestConstruction, ArgumentsAreCheckedBeforeAnyTrafficWithTheRule
     EXPECT_EQ(reasonRaisedBy<QMRInvalidArgumentException>(
                   [&] { QMROcCreateNewFolderRequestv5_0_6(session, "t", base, "/Docs/shared"); }),
               reservedKeyword);
-    EXPECT_NO_THROW(QMROcReadFolderContentRequestv5_0_6(session, base, idOf("/Shared")));
-    EXPECT_NO_THROW(QMROcDeleteFileOrFolderRequestv5_0_6(session, "t", base, idOf("/Shared/x.txt", 2)));
+    EXPECT_NO_THROW(QMROcReadFolderContentRequestv5_0_6(session, base, folderIdOf("/Shared")));
+    EXPECT_NO_THROW(QMROcDeleteFileOrFolderRequestv5_0_6(session, "t", base, fileIdOf("/Shared/x.txt")));
     EXPECT_EQ(reasonRaisedBy<QMRInvalidArgumentException>(
-                  [&] { QMROcDeleteFileOrFolderRequestv5_0_6(session, "t", base, idOf("/a:b")); }),
+                  [&] { QMROcDeleteFileOrFolderRequestv5_0_6(session, "t", base, folderIdOf("/a:b")); }),
               forbiddenCharacters);
     EXPECT_EQ(reasonRaisedBy<QMRInvalidOperationException>(
                   [&] { QMROcReadFolderContentRequestv5_0_6(session, base, std::string_view("/Docs")); }),

@@ -3,11 +3,9 @@
 
 #include <string>
 
-#include "DataStore/contract/QMRDataStoreError.h"
 #include "DataStore/owncloud/QMROcDataStoreAdministrationv4_5_7.h"
 #include "DataStore/owncloud/QMROcDataStoreAdministrationv5_0_6.h"
 #include "DataStore/owncloud/QMROwnCloudDataStore.h"
-#include "tests/support/DataStoreTestSupport.h"
 #include "tests/support/ScriptedHttpServer.h"
 
 namespace {
@@ -38,16 +36,6 @@ TEST(OwnCloudDataStoreFactory, OnlyVersionsStartingWith4Point5PointPickThe457Cla
         EXPECT_EQ(!is506, c.picks457) << c.statusBody;
         EXPECT_EQ(server.request(0).target, "/status.php");
     }
-}
-
-TEST(OwnCloudDataStoreFactory, AStatusPageThatIsNotJsonFailsWithItsTextAndNoLogin) {
-    ScriptedHttpServer server;
-    server.enqueue(statusPage("<html><body>Maintenance</body></html>"));
-    QMRErrorSlot error;
-    EXPECT_FALSE(QMROwnCloudDataStore::getAuthenticatorWithUrl(server.url(""), "ann", "secret", error));
-    test_support::expectDataStoreError(error, QMRDataStoreErrorUnknown,
-                                       "Unknown error - <html><body>Maintenance</body></html>");
-    EXPECT_EQ(server.requestCount(), 1u);
 }
 
 }  // namespace
