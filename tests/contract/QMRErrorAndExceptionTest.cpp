@@ -79,16 +79,6 @@ TEST(comQuillmereUtil_ExceptionUtil, RecordsWhereTheExceptionWasRaised) {
         EXPECT_EQ(exception.sourceLine(), static_cast<unsigned>(line));
         EXPECT_NE(exception.sourceMethod().find("TestBody"), std::string::npos) << exception.sourceMethod();
     }
-    std::exception_ptr built = comQuillmereUtil_ExceptionUtil::exceptionWithExceptionName(
-        "QMRNotSupportedException", "init method not supported. Use initWithUsername:andPassword:forUrl: instead",
-        "DataStore/DataStore/DataStore/QMRWebDavDataStore", "-[QMRWebDavDataStore init]", 27);
-    try {
-        std::rethrow_exception(built);
-    } catch (const QMRNotSupportedException& exception) {
-        EXPECT_EQ(exception.sourceFile(), "DataStore/DataStore/DataStore/QMRWebDavDataStore");
-        EXPECT_EQ(exception.sourceMethod(), "-[QMRWebDavDataStore init]");
-        EXPECT_EQ(exception.sourceLine(), 27u);
-    }
 }
 
 }  // namespace

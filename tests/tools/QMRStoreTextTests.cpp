@@ -1,17 +1,13 @@
 // What qmrstore shows people: sizes, dates, tables, progress and sharing permissions.
 #include <gtest/gtest.h>
 
-#include <chrono>
-#include <cstdlib>
-
 #include "QMRHumanText.h"
 #include "QMRProgressBar.h"
 #include "QMRSharingPermission.h"
 #include "QMRTextTable.h"
+#include "tests/companion/util/DateTestSupport.h"
 
 namespace {
-
-using namespace std::chrono;
 
 TEST(QMRHumanText, SizesSwitchUnitOnTheRoundedValue) {
     EXPECT_EQ(QMRHumanText::size(0), "0 B");
@@ -26,22 +22,16 @@ TEST(QMRHumanText, SizesSwitchUnitOnTheRoundedValue) {
 }
 
 TEST(QMRHumanText, DatesAsPeopleTypeThem) {
-    setenv("TZ", "Europe/Berlin", 1);
-    tzset();
-    const auto utc = [](int hours, int minutes) {
-        return sys_days(year(2013) / 5 / 1) + std::chrono::hours(hours) + std::chrono::minutes(minutes);
-    };
-    EXPECT_EQ(QMRHumanText::parseDate("2013-05-01T10:20:00Z"), utc(10, 20));
-    EXPECT_EQ(QMRHumanText::parseDate("2013-05-01T12:20:00+02:00"), utc(10, 20));
-    // Without a zone the time is local: Berlin is two hours ahead in May.
-    EXPECT_EQ(QMRHumanText::parseDate("2013-05-01 12:20"), utc(10, 20));
-    EXPECT_EQ(QMRHumanText::parseDate("2013-05-01T12:20"), utc(10, 20));
-    EXPECT_EQ(QMRHumanText::parseDate("2013-05-01"), utc(-2, 0));
-    EXPECT_EQ(QMRHumanText::localDate(utc(10, 20)), "2013-05-01 12:20");
+    const ScopedTimeZone centralEurope(kCentralEuropeTimeZone);
+    const QMRDate tenTwenty = utc(2013, 5, 1, 10, 20, 0);
+    // Without a zone the time is local: central Europe is two hours ahead in May.
+    for (const char* text :
+         {"2013-05-01T10:20:00Z", "2013-05-01T12:20:00+02:00", "2013-05-01 12:20", "2013-05-01T12:20"})
+        EXPECT_EQ(QMRHumanText::parseDate(text), tenTwenty) << text;
+    EXPECT_EQ(QMRHumanText::parseDate("2013-05-01"), utc(2013, 4, 30, 22, 0, 0));
+    EXPECT_EQ(QMRHumanText::localDate(tenTwenty), "2013-05-01 12:20");
     for (const char* text : {"", "yesterday", "2013-5-1", "2013-05-01x", "2013-05-01 25:00", "2013-13-01"})
         EXPECT_FALSE(QMRHumanText::parseDate(text).has_value()) << text;
-    unsetenv("TZ");
-    tzset();
 }
 
 TEST(QMRTextTable, AlignsByCharactersAndRightAlignsNumbers) {

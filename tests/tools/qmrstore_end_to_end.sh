@@ -26,12 +26,15 @@ qmr() {
 out() { cat "$1.out"; }
 err() { cat "$1.err"; }
 rc() { cat "$1.rc"; }
-# json NAME PATH: the value at the dotted PATH of NAME's JSON output ("files.0.name"); PATH# counts.
+# json NAME PATH...: the values at the dotted PATHs of NAME's JSON output ("files.0.name"), joined
+# by ":"; PATH# counts.
 json() {
-    php -r '$d = json_decode(file_get_contents($argv[1]), true, 512, JSON_THROW_ON_ERROR);
-            $count = str_ends_with($argv[2], "#"); $path = rtrim($argv[2], "#");
-            foreach ($path === "" ? [] : explode(".", $path) as $key) $d = $d[$key] ?? null;
-            echo $count ? count($d ?? []) : (is_bool($d) ? var_export($d, true) : $d);' "$1.out" "$2"
+    php -r '$json = json_decode(file_get_contents($argv[1]), true, 512, JSON_THROW_ON_ERROR);
+            echo implode(":", array_map(function ($path) use ($json) {
+                $d = $json; $count = str_ends_with($path, "#"); $path = rtrim($path, "#");
+                foreach ($path === "" ? [] : explode(".", $path) as $key) $d = $d[$key] ?? null;
+                return $count ? count($d ?? []) : (is_bool($d) ? var_export($d, true) : $d);
+            }, array_slice($argv, 2)));' "$1.out" "${@:2}"
 }
 server_requests() { wc -l <"$(value root)/server.log"; }
 # requests_since COUNT: the server's log after its first COUNT requests.
@@ -60,7 +63,7 @@ flat_store_tour() {
     check "ls --json lists both files" equals "$(json ls_json files#)" 2
     check "ls --json gives exact sizes" equals "$(json ls_json files.1.sizeInBytes)" 200000
     qmr ls_id ls --id "$photo" --json
-    check "ls --id lists only that file" equals "$(json ls_id files#):$(json ls_id files.0.name)" 1:photo.jpg
+    check "ls --id lists only that file" equals "$(json ls_id files# files.0.name)" 1:photo.jpg
     qmr ls_since ls --since 2000-01-01 --json
     check "ls --since a past date lists both" equals "$(json ls_since files#)" 2
 
@@ -84,8 +87,7 @@ flat_store_tour() {
     qmr get_new get "$notes"
     check "the new content reads back" equals "$(out get_new)" "Milk, bread, coffee."
     qmr ls_renamed ls --id "$notes" --json
-    check "the new name and size read back" equals "$(json ls_renamed files.0.name) $(json ls_renamed files.0.sizeInBytes)" \
-        "renamed.txt 21"
+    check "the new name and size read back" equals "$(json ls_renamed files.0.name files.0.sizeInBytes)" renamed.txt:21
 
     qmr rm rm "$photo"
     check "rm deletes by id" equals "$(out rm)" "deleted 1 file"
@@ -113,14 +115,11 @@ folder_store_tour() {
     check "ls lists the root folder with kinds and short ids" matches "$(out ls)" '^folder +[0-9]+ +/photos '
     check "ls counts files and folders apart" matches "$(out ls)" '^2 files, 1 folder, '
     qmr ls_files ls --type file --json
-    check "ls --type file leaves the folder out" equals "$(json ls_files files#):$(json ls_files files.0.name)" \
-        2:/notes.txt
+    check "ls --type file leaves the folder out" equals "$(json ls_files files# files.0.name)" 2:/notes.txt
     qmr ls_folders ls --type folder --json
-    check "ls --type folder keeps only the folder" equals \
-        "$(json ls_folders files#):$(json ls_folders files.0.resourceType)" 1:folder
+    check "ls --type folder keeps only the folder" equals "$(json ls_folders files# files.0.resourceType)" 1:folder
     qmr ls_folder ls photos --json
-    check "ls FOLDER lists a folder named by its path" equals \
-        "$(json ls_folder files#):$(json ls_folder files.0.name)" 1:/photos/photo.jpg
+    check "ls FOLDER lists a folder named by its path" equals "$(json ls_folder files# files.0.name)" 1:/photos/photo.jpg
     qmr ls_folder_type ls /photos --type folder --json
     check "ls FOLDER --type folder over files lists nothing" equals "$(rc ls_folder_type):$(json ls_folder_type files#)" 0:0
 
@@ -134,19 +133,16 @@ folder_store_tour() {
     # --- share ---------------------------------------------------------------------------------------
     qmr find share find al --json
     check "share find lists the parties whose names begin with the text" equals \
-        "$(json find parties.0.sharingPartyName) $(json find parties.1.sharingPartyName) $(json find parties#)" \
-        "albert alice 2"
+        "$(json find parties.0.sharingPartyName parties.1.sharingPartyName parties#)" albert:alice:2
     qmr share_file share add /notes.txt alice --permission read,update
     qmr share_folder share add /photos sales --share-type 1 --permission all
     qmr share_set share set /notes.txt alice --permission read,update,share
     qmr show_file share show /notes.txt --json
     check "share add, then set: the file's share carries the new permission" equals \
-        "$(json show_file shares#) $(json show_file shares.0.sharingPartyName) $(json show_file shares.0.sharingPermission)" \
-        "1 alice 19"
+        "$(json show_file shares# shares.0.sharingPartyName shares.0.sharingPermission)" 1:alice:19
     qmr show_folder share show /photos --json
     check "a folder shared with a group" equals \
-        "$(json show_folder shares.0.sharingPartyName):$(json show_folder shares.0.sharingType):$(json show_folder shares.0.sharingPermission)" \
-        sales:1:31
+        "$(json show_folder shares.0.sharingPartyName shares.0.sharingType shares.0.sharingPermission)" sales:1:31
     qmr unshare share remove /notes.txt alice
     qmr show_unshared share show /notes.txt
     check "share remove ends the share" equals "$(rc unshare):$(out show_unshared)" "0:not shared"
@@ -183,31 +179,25 @@ folder_store_tour() {
 if [[ $backend == owncloud_* ]]; then folder_store_tour; else flat_store_tour; fi
 
 # --- quota ---------------------------------------------------------------------------------------
-# 5 KiB: ownCloud shows its quota rounded to a tenth of a kB, which this reads back exactly.
+# 5 KiB: ownCloud shows its quota rounded to a tenth of a kB, which this reads back exactly. The
+# WebDAV server is given its used and free bytes, the others their total.
 quota_total=5120
-if [[ $backend == webdav ]]; then
-    "$scripts/set-quota" "$state_file" 1000 $((quota_total - 1000))
-else
-    "$scripts/set-quota" "$state_file" $quota_total
-fi
+quota=($quota_total)
+[[ $backend != webdav ]] || quota=(1000 $((quota_total - 1000)))
+"$scripts/set-quota" "$state_file" "${quota[@]}"
 qmr quota quota --json
 check "quota: total is used plus free" equals \
     "$(json quota totalBytes)" "$(($(json quota usedBytes) + $(json quota freeBytes)))"
 check "quota: the server's total" equals "$(json quota totalBytes)" $quota_total
 
 # --- exit statuses -------------------------------------------------------------------------------
-if [[ $backend == owncloud_* ]]; then
-    unknown=/no-such-file.txt
-    qmr not_found get "$unknown"
-    check "104: the message names the path" equals "$(err not_found)" \
-        "error 104: File or folder not found (ids: $unknown)"
-else
-    unknown=424242
-    qmr not_found stat "$unknown"
-    check "104: the message names the ids" equals "$(err not_found)" \
-        "error 104: One or more specified fileId is not found (ids: $unknown)"
-fi
-check "104: exit status 14" equals "$(rc not_found)" 14
+case $backend in
+    owncloud_*) not_found=(get /no-such-file.txt) message="File or folder not found" ;;
+    *) not_found=(stat 424242) message="One or more specified fileId is not found" ;;
+esac
+qmr not_found "${not_found[@]}"
+check "104: exit status 14, the message names the unknown id" equals "$(rc not_found):$(err not_found)" \
+    "14:error 104: $message (ids: ${not_found[1]})"
 QMRSTORE_PASSWORD="wrong$password" qmr refused ls
 check "102: exit status 12" equals "$(rc refused)" 12
 check "102: the message" contains "$(err refused)" "error 102: Either login name or password is invalid"

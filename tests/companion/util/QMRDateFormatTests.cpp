@@ -4,45 +4,11 @@
 
 #include <clocale>
 #include <cmath>
-#include <cstdlib>
-#include <ctime>
 #include <limits>
 
-#include <date/date.h>
+#include "tests/companion/util/DateTestSupport.h"
 
-namespace {
 using namespace std::chrono_literals;
-
-QMRDate utc(int year, unsigned month, unsigned day, int hour, int minute, int second) {
-    return date::sys_days{date::year{year} / date::month{month} / date::day{day}} + std::chrono::hours{hour} +
-           std::chrono::minutes{minute} + std::chrono::seconds{second};
-}
-
-// Runs a test under another time zone and restores the process's own afterwards.
-class QMRDateFormatInTimeZone : public testing::Test {
-protected:
-    void SetUp() override {
-        if (const char* tz = std::getenv("TZ")) _savedTz = tz;
-    }
-    void TearDown() override {
-        if (_savedTz)
-            setenv("TZ", _savedTz->c_str(), 1);
-        else
-            unsetenv("TZ");
-        tzset();
-    }
-    static void useTimeZone(const char* tz) {
-        setenv("TZ", tz, 1);
-        tzset();
-    }
-
-private:
-    std::optional<std::string> _savedTz;
-};
-
-// Central European time with its daylight-saving rules, spelled out so no zone database is needed.
-constexpr const char* kCentralEurope = "CET-1CEST,M3.5.0,M10.5.0/3";
-}  // namespace
 
 TEST(QMRDateFormatRfc1123, WritesEnglishNamesInGmt) {
     EXPECT_EQ(QMRDateFormat::toRfc1123String(utc(2013, 5, 1, 10, 20, 30)), "Wed, 01 May 2013 10:20:30 GMT");
@@ -50,14 +16,11 @@ TEST(QMRDateFormatRfc1123, WritesEnglishNamesInGmt) {
 }
 
 TEST(QMRDateFormatRfc1123, ReadsNamedAndNumericZones) {
-    const QMRDate expected = utc(2013, 5, 1, 10, 20, 30);
-    EXPECT_EQ(QMRDateFormat::fromRfc1123String("Wed, 01 May 2013 10:20:30 GMT"), expected);
-    EXPECT_EQ(QMRDateFormat::fromRfc1123String("Wed, 01 May 2013 10:20:30 UTC"), expected);
-    EXPECT_EQ(QMRDateFormat::fromRfc1123String("Wed, 01 May 2013 10:20:30 Z"), expected);
-    EXPECT_EQ(QMRDateFormat::fromRfc1123String("Wed, 01 May 2013 12:20:30 +0200"), expected);
-    EXPECT_EQ(QMRDateFormat::fromRfc1123String("Wed, 01 May 2013 08:50:30 -0130"), expected);
     // A day name that does not fit the date is still a day name.
-    EXPECT_EQ(QMRDateFormat::fromRfc1123String("Mon, 01 May 2013 10:20:30 GMT"), expected);
+    for (const char* text :
+         {"Wed, 01 May 2013 10:20:30 GMT", "Wed, 01 May 2013 10:20:30 UTC", "Wed, 01 May 2013 10:20:30 Z",
+          "Wed, 01 May 2013 12:20:30 +0200", "Wed, 01 May 2013 08:50:30 -0130", "Mon, 01 May 2013 10:20:30 GMT"})
+        EXPECT_EQ(QMRDateFormat::fromRfc1123String(text), utc(2013, 5, 1, 10, 20, 30)) << text;
 }
 
 TEST(QMRDateFormatRfc1123, ReadingDoesNotDependOnTheProcessLocale) {
@@ -70,48 +33,33 @@ TEST(QMRDateFormatRfc1123, ReadingDoesNotDependOnTheProcessLocale) {
     EXPECT_EQ(written, "Tue, 05 Mar 2013 14:07:09 GMT");
 }
 
-TEST(QMRDateFormatRfc1123, RejectsMalformedTexts) {
+TEST(QMRDateFormatRfc1123, RejectsMalformedTextsAndEveryTruncation) {
     for (const char* text :
          {"", "Xyz, 01 May 2013 10:20:30 GMT", "01 May 2013 10:20:30 GMT", "Wed, 01 Mai 2013 10:20:30 GMT",
           "Wed, 32 May 2013 10:20:30 GMT", "Wed, 29 Feb 2013 10:20:30 GMT", "Wed, 01 May 2013 24:20:30 GMT",
           "Wed, 01 May 2013 10:20:30 CEST", "Wed, 01 May 2013 10:20:30 GMT trailing", "Wed, 01 May 13 10:20:30 GMT",
-          "Wed, 01 May 2013 10:20:30 +02"})
+          "Wed, 01 May 2013 10:20:30 +02", "Fri, 31 Dec 9999 23:59:59 GMT"})
         EXPECT_EQ(QMRDateFormat::fromRfc1123String(text), std::nullopt) << text;
+    const std::string_view whole = "Wed, 01 May 2013 10:20:30 +0200";
+    for (std::size_t length = 0; length < whole.size(); ++length)
+        EXPECT_EQ(QMRDateFormat::fromRfc1123String(whole.substr(0, length)), std::nullopt) << length;
 }
 
-TEST(QMRDateFormatRfc1123, RejectsDatesBeyondWhatADateHolds) {
-    EXPECT_EQ(QMRDateFormat::fromRfc1123String("Fri, 31 Dec 9999 23:59:59 GMT"), std::nullopt);
-    EXPECT_EQ(QMRDateFormat::fromXmlDateString("0001-01-01T00:00:00Z"), std::nullopt);
-    EXPECT_TRUE(QMRDateFormat::fromCompactDateString("22000101T000000Z"));
-}
-
-TEST(QMRDateFormatRfc1123, RejectsEveryTruncation) {
-    const std::string text = "Wed, 01 May 2013 10:20:30 +0200";
-    for (std::size_t length = 0; length < text.size(); ++length)
-        EXPECT_EQ(QMRDateFormat::fromRfc1123String(std::string_view(text).substr(0, length)), std::nullopt) << length;
-}
-
-TEST_F(QMRDateFormatInTimeZone, XmlDateIsWrittenInUtcWhateverTheLocalZone) {
-    useTimeZone(kCentralEurope);
+TEST(QMRDateFormatXml, WritesUtcWhateverTheLocalZoneAndReadsEveryZoneForm) {
+    const ScopedTimeZone centralEurope(kCentralEuropeTimeZone);
     const QMRDate date = utc(2013, 5, 1, 10, 20, 30);
-    const std::string text = QMRDateFormat::toXmlDateString(date);
-    EXPECT_EQ(text, "2013-05-01T10:20:30Z");
-    EXPECT_EQ(QMRDateFormat::fromXmlDateString(text), date);
-}
-
-TEST(QMRDateFormatXml, ReadsZoneForms) {
-    const QMRDate expected = utc(2013, 5, 1, 10, 20, 30);
-    EXPECT_EQ(QMRDateFormat::fromXmlDateString("2013-05-01T12:20:30+0200"), expected);
-    EXPECT_EQ(QMRDateFormat::fromXmlDateString("2013-05-01T12:20:30+02:00"), expected);
-    EXPECT_EQ(QMRDateFormat::fromXmlDateString("2013-04-30T23:20:30-11:00"), expected);
-    EXPECT_EQ(QMRDateFormat::fromXmlDateString("2013-05-01T10:20:30.25Z"), expected + 250ms);
+    EXPECT_EQ(QMRDateFormat::toXmlDateString(date), "2013-05-01T10:20:30Z");
+    for (const char* text :
+         {"2013-05-01T10:20:30Z", "2013-05-01T12:20:30+0200", "2013-05-01T12:20:30+02:00", "2013-04-30T23:20:30-11:00"})
+        EXPECT_EQ(QMRDateFormat::fromXmlDateString(text), date) << text;
+    EXPECT_EQ(QMRDateFormat::fromXmlDateString("2013-05-01T10:20:30.25Z"), date + 250ms);
 }
 
 TEST(QMRDateFormatXml, RejectsMalformedTexts) {
     for (const char* text :
          {"", "2013-05-01T10:20:30", "2013-05-01T10:20:30Zjunk", "2013-05-01 10:20:30Z", "2013-13-01T10:20:30Z",
           "2013-02-29T10:20:30Z", "2013-05-01T10:20:60Z", "2013-05-01T10:20:30.Z", "2013-05-01T10:20:30+2:00",
-          "2013-05-01T10:20:30+02:60", "2013-5-01T10:20:30Z"})
+          "2013-05-01T10:20:30+02:60", "2013-5-01T10:20:30Z", "0001-01-01T00:00:00Z"})
         EXPECT_EQ(QMRDateFormat::fromXmlDateString(text), std::nullopt) << text;
 }
 
@@ -120,6 +68,7 @@ TEST(QMRDateFormatCompact, WritesAndReadsUtc) {
     EXPECT_EQ(QMRDateFormat::toCompactDateString(date + 999ms), "20130305T140709Z");
     EXPECT_EQ(QMRDateFormat::fromCompactDateString("20130305T140709Z"), date);
     EXPECT_EQ(QMRDateFormat::fromCompactDateString("20130305T150709+0100"), date);
+    EXPECT_TRUE(QMRDateFormat::fromCompactDateString("22000101T000000Z"));
     EXPECT_EQ(QMRDateFormat::fromCompactDateString("2013-03-05T14:07:09Z"), std::nullopt);
     EXPECT_EQ(QMRDateFormat::fromCompactDateString("20130305T140709"), std::nullopt);
 }
@@ -144,27 +93,30 @@ TEST(QMRDateFormatMonthDayYear, RejectsTheOtherFormAndOtherLanguages) {
     EXPECT_EQ(QMRDateFormat::fromMonthDayYearTimeString("May 1, 2013, 10:20 PM", true), std::nullopt);
 }
 
-TEST(QMRDateFormatMilliseconds, KeepsFractionsBothWays) {
+TEST(QMRDateFormatMilliseconds, KeepsFractionsBothWaysAndClampsWhatNoDateCanHold) {
     const QMRDate date = QMRDateFormat::fromMillisecondsSince1970(1362492429250.0);
     EXPECT_EQ(date, utc(2013, 3, 5, 14, 7, 9) + 250ms);
     EXPECT_EQ(QMRDateFormat::toMillisecondsSince1970(date), 1362492429250.0);
     EXPECT_EQ(QMRDateFormat::fromMillisecondsSince1970(1362492429250.5), utc(2013, 3, 5, 14, 7, 9) + 250500us);
     EXPECT_EQ(QMRDateFormat::fromMillisecondsSince1970(-1.5), QMRDate{} - 1500us);
     EXPECT_EQ(QMRDateFormat::toMillisecondsSince1970(QMRDate{} - 1500us), -1.5);
-}
-
-TEST(QMRDateFormatMilliseconds, ValuesNoDateCanHoldDoNotOverflow) {
+    // Values no date can hold do not overflow.
     EXPECT_EQ(QMRDateFormat::fromMillisecondsSince1970(std::nan("")), QMRDate{});
     EXPECT_EQ(QMRDateFormat::fromMillisecondsSince1970(1e300), QMRDate::max());
     EXPECT_EQ(QMRDateFormat::fromMillisecondsSince1970(-std::numeric_limits<double>::infinity()), QMRDate::min());
 }
 
-TEST_F(QMRDateFormatInTimeZone, LocalDisplayUsesTheProcessZoneAndItsOffset) {
-    useTimeZone(kCentralEurope);
-    EXPECT_EQ(QMRDateFormat::toLocalTimeDisplayString(utc(2013, 5, 1, 10, 20, 30)), "2013-05-01 12:20:30 +0200");
-    EXPECT_EQ(QMRDateFormat::toLocalTimeDisplayString(utc(2013, 1, 15, 10, 0, 0)), "2013-01-15 11:00:00 +0100");
-    useTimeZone("EST5EDT,M3.2.0,M11.1.0");
-    EXPECT_EQ(QMRDateFormat::toLocalTimeDisplayString(utc(2013, 5, 1, 10, 20, 30)), "2013-05-01 06:20:30 -0400");
-    useTimeZone("NST3:30");
-    EXPECT_EQ(QMRDateFormat::toLocalTimeDisplayString(utc(2013, 5, 1, 10, 20, 30)), "2013-05-01 06:50:30 -0330");
+TEST(QMRDateFormatLocalDisplay, UsesTheProcessZoneAndItsOffset) {
+    const struct {
+        const char* zone;
+        QMRDate date;
+        const char* shown;
+    } cases[] = {{kCentralEuropeTimeZone, utc(2013, 5, 1, 10, 20, 30), "2013-05-01 12:20:30 +0200"},
+                 {kCentralEuropeTimeZone, utc(2013, 1, 15, 10, 0, 0), "2013-01-15 11:00:00 +0100"},
+                 {"EST5EDT,M3.2.0,M11.1.0", utc(2013, 5, 1, 10, 20, 30), "2013-05-01 06:20:30 -0400"},
+                 {"NST3:30", utc(2013, 5, 1, 10, 20, 30), "2013-05-01 06:50:30 -0330"}};
+    for (const auto& [zone, date, shown] : cases) {
+        const ScopedTimeZone inZone(zone);
+        EXPECT_EQ(QMRDateFormat::toLocalTimeDisplayString(date), shown) << zone;
+    }
 }

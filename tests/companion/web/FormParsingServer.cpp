@@ -30,11 +30,11 @@ MHD_Result collectField(void* cls, MHD_ValueKind, const char* key, const char* f
     return MHD_YES;
 }
 
-MHD_Result handleRequest(void* cls, MHD_Connection* connection, const char* url, const char* method, const char*,
+MHD_Result handleRequest(void* cls, MHD_Connection* connection, const char* url, const char*, const char*,
                          const char* uploadData, size_t* uploadDataSize, void** requestState) {
     auto* pending = static_cast<PendingRequest*>(*requestState);
     if (!pending) {
-        pending = new PendingRequest{static_cast<FormParsingServer*>(cls), {method, url, {}, {}, false}, nullptr};
+        pending = new PendingRequest{static_cast<FormParsingServer*>(cls), {url, {}, {}, false}, nullptr};
         MHD_get_connection_values(connection, MHD_GET_ARGUMENT_KIND, collectQueryArgument, &pending->request);
         pending->postProcessor = MHD_create_post_processor(connection, 4096, collectField, pending);
         *requestState = pending;
@@ -80,24 +80,6 @@ FormParsingServer::FormParsingServer() {
 
 FormParsingServer::~FormParsingServer() {
     MHD_stop_daemon(_daemon);
-}
-
-std::string FormParsingServer::baseUrl() const {
-    return "http://127.0.0.1:" + std::to_string(_port);
-}
-
-void FormParsingServer::record(FormParsingServerRequest request) {
-    std::lock_guard lock(_mutex);
-    _requests.push_back(std::move(request));
-}
-
-FormParsingServerRequest FormParsingServer::get(const std::string& url) {
-    return send(url, nullptr, nullptr);
-}
-
-FormParsingServerRequest FormParsingServer::post(const std::string& url, const std::string& contentType,
-                                                 const std::string& body) {
-    return send(url, &contentType, &body);
 }
 
 FormParsingServerRequest FormParsingServer::send(const std::string& url, const std::string* contentType,

@@ -4,23 +4,17 @@
 
 namespace {
 
-TEST(QMRUriUtilEncode, KeepsOnlyUnreservedCharacters) {
+TEST(QMRUriUtilEncode, KeepsOnlyUnreservedCharactersAndWritesUpperCaseHex) {
     EXPECT_EQ(QMRUriUtil::encodeToPercentEscapeString("AZaz09-._~"), "AZaz09-._~");
     EXPECT_EQ(QMRUriUtil::encodeToPercentEscapeString("a b/c?d&e=f+g%h#i"), "a%20b%2Fc%3Fd%26e%3Df%2Bg%25h%23i");
     EXPECT_EQ(QMRUriUtil::encodeToPercentEscapeString(":@!$'()*,;[]"), "%3A%40%21%24%27%28%29%2A%2C%3B%5B%5D");
-}
-
-TEST(QMRUriUtilEncode, EncodesUtf8BytesWithUpperCaseHex) {
     EXPECT_EQ(QMRUriUtil::encodeToPercentEscapeString("\xC3\xA9t\xC3\xA9"), "%C3%A9t%C3%A9");
     EXPECT_EQ(QMRUriUtil::encodeToPercentEscapeString(std::string("\0\x7F", 2)), "%00%7F");
 }
 
-TEST(QMRUriUtilDecode, DecodesEscapesOfEitherCase) {
+TEST(QMRUriUtilDecode, DecodesEscapesOfEitherCaseAndLeavesPlusAndMalformedEscapesAlone) {
     EXPECT_EQ(QMRUriUtil::decodeFromPercentEscapeString("a%20b%2fc%2Fd%c3%A9"), "a b/c/d\xC3\xA9");
     EXPECT_EQ(QMRUriUtil::decodeFromPercentEscapeString("%00"), std::string(1, '\0'));
-}
-
-TEST(QMRUriUtilDecode, LeavesPlusAndMalformedEscapesAlone) {
     EXPECT_EQ(QMRUriUtil::decodeFromPercentEscapeString("a+b"), "a+b");
     EXPECT_EQ(QMRUriUtil::decodeFromPercentEscapeString("%G1%1G"), "%G1%1G");
     EXPECT_EQ(QMRUriUtil::decodeFromPercentEscapeString("100%"), "100%");

@@ -16,14 +16,12 @@ TEST(QMRHtmlEntityTranslator, KnowsTheHtml4SetsCaseSensitively) {
     EXPECT_EQ(QMRHtmlEntityTranslator::codePointOfEntity("bogus"), std::nullopt);
 }
 
-TEST(QMRHtmlEntityTranslator, RewritesKnownNamesAndLeavesTheRest) {
+TEST(QMRHtmlEntityTranslator, RewritesKnownNamesOutsideCdataAndCommentsAndLeavesTheRest) {
     EXPECT_EQ(QMRHtmlEntityTranslator::toNumericReferences("<a t=\"caf&eacute;&nbsp;x\">&hellip;</a>"),
               "<a t=\"caf&#233;&#160;x\">&#8230;</a>");
     EXPECT_EQ(QMRHtmlEntityTranslator::toNumericReferences("a &amp; &lt;&gt;&quot;&apos; &#233; &bogus; & &eacute"),
               std::nullopt);
-}
-
-TEST(QMRHtmlEntityTranslator, LeavesCdataAndCommentsLiteral) {
+    // CDATA sections and comments stay literal.
     EXPECT_EQ(
         QMRHtmlEntityTranslator::toNumericReferences("<a><![CDATA[&eacute;]]><!-- &eacute; <![CDATA[ -->&eacute;</a>"),
         "<a><![CDATA[&eacute;]]><!-- &eacute; <![CDATA[ -->&#233;</a>");

@@ -9,17 +9,16 @@ namespace {
 const QMRXmlNamespace D("D", "DAV:");
 const QMRXmlNamespace p("p", "urn:example:props");
 
-TEST(QMRXmlElementEscaping, TextEscapesMarkupAndCarriageReturn) {
-    QMRXmlElement element("t", {"a & b < c > d\r\n\"q\""});
-    EXPECT_EQ(element.toStringWithIndentation(0), "<t>a &amp; b &lt; c &gt; d&#13;\n\"q\"</t>");
+TEST(QMRXmlElementEscaping, TextAndAttributeValuesEscapeWhatWouldNotReadBackTheSame) {
+    EXPECT_EQ(QMRXmlElement("t", {"a & b < c > d\r\n\"q\""}).toStringWithIndentation(0),
+              "<t>a &amp; b &lt; c &gt; d&#13;\n\"q\"</t>");
+    EXPECT_EQ(QMRXmlElement("t", {QMRXmlAttribute("v", "a&b<c>\"d\"\te\nf\rg'")}).toStringWithIndentation(0),
+              "<t v=\"a&amp;b&lt;c&gt;&quot;d&quot;&#9;e&#10;f&#13;g'\"/>");
+    // Empty text adds nothing: the element stays empty.
+    EXPECT_EQ(QMRXmlElement(D, "exclusive", {""}).toStringWithIndentation(0), "<D:exclusive xmlns:D=\"DAV:\"/>");
 }
 
-TEST(QMRXmlElementEscaping, AttributeValueEscapesQuotesAndWhitespaceControls) {
-    QMRXmlElement element("t", {QMRXmlAttribute("v", "a&b<c>\"d\"\te\nf\rg'")});
-    EXPECT_EQ(element.toStringWithIndentation(0), "<t v=\"a&amp;b&lt;c&gt;&quot;d&quot;&#9;e&#10;f&#13;g'\"/>");
-}
-
-TEST(QMRXmlElementEscaping, CharactersXmlCannotCarryAreRefused) {
+TEST(QMRXmlElementEscaping, CharactersXmlCannotCarryAreRefusedWhereverTheyStand) {
     QMRXmlElement element("t");
     EXPECT_THROW(element.add(std::string("a\x01z")), QMRInvalidArgumentException);
     EXPECT_THROW(element.add(std::string("\xC3")), QMRInvalidArgumentException);          // truncated UTF-8
@@ -27,10 +26,8 @@ TEST(QMRXmlElementEscaping, CharactersXmlCannotCarryAreRefused) {
     EXPECT_THROW(QMRXmlAttribute("v", std::string("\0", 1)), QMRInvalidArgumentException);
     element.add("tab\tand caf\xC3\xA9 \xF0\x9F\x98\x80");
     EXPECT_EQ(element.toStringWithIndentation(0), "<t>tab\tand caf\xC3\xA9 \xF0\x9F\x98\x80</t>");
-}
 
-// Long printable runs are judged several bytes at a time: one refused byte is found wherever it stands.
-TEST(QMRXmlElementEscaping, RefusedByteIsFoundAnywhereInALongText) {
+    // Long printable runs are judged several bytes at a time: one refused byte is found wherever it stands.
     const std::string printable =
         " ~\x7F"
         "abcdefghijklmnopqrstuvw";
@@ -39,8 +36,7 @@ TEST(QMRXmlElementEscaping, RefusedByteIsFoundAnywhereInALongText) {
         for (char refused : {'\x00', '\x1F', '\xFF'}) {
             std::string text = printable;
             text[at] = refused;
-            QMRXmlElement element("t");
-            EXPECT_THROW(element.add(text), QMRInvalidArgumentException) << "byte " << at;
+            EXPECT_THROW(QMRXmlElement("t").add(text), QMRInvalidArgumentException) << "byte " << at;
         }
 }
 
@@ -72,39 +68,26 @@ TEST(QMRXmlElementNamespaces, DeclarationsComeFirstInOrderThenAttributes) {
               "<D:prop xmlns:p=\"urn:example:props\" xmlns:D=\"DAV:\" z=\"1\" a=\"2\"/>");
 }
 
-TEST(QMRXmlElementNamespaces, UndeclaredNamespacesAreDeclaredWhereUsed) {
+TEST(QMRXmlElementNamespaces, UndeclaredNamespacesAreDeclaredWhereUsedAndReboundPrefixesAgain) {
     QMRXmlElement element("root", {QMRXmlElement(p, "name", {QMRXmlAttribute(D, "flag", "1")}),
                                    QMRXmlElement(QMRXmlNamespace("", "urn:default"), "plain")});
     EXPECT_EQ(element.toStringWithIndentation(0),
               "<root><p:name xmlns:p=\"urn:example:props\" xmlns:D=\"DAV:\" D:flag=\"1\"/>"
               "<plain xmlns=\"urn:default\"/></root>");
-}
-
-TEST(QMRXmlElementNamespaces, PrefixReboundByAnAncestorIsRedeclared) {
-    QMRXmlNamespace other("p", "urn:other");
-    QMRXmlElement element(p, "a", {p, QMRXmlElement(other, "b", {QMRXmlElement(p, "c")})});
-    EXPECT_EQ(element.toStringWithIndentation(0),
+    // A prefix that an ancestor rebinds is declared again.
+    const QMRXmlNamespace other("p", "urn:other");
+    EXPECT_EQ(QMRXmlElement(p, "a", {p, QMRXmlElement(other, "b", {QMRXmlElement(p, "c")})}).toStringWithIndentation(0),
               "<p:a xmlns:p=\"urn:example:props\"><p:b xmlns:p=\"urn:other\">"
               "<p:c xmlns:p=\"urn:example:props\"/></p:b></p:a>");
 }
 
-TEST(QMRXmlElementIndentation, ElementOnlyContentIsIndentedPerLevel) {
+TEST(QMRXmlElementIndentation, ElementOnlyContentIsIndentedPerLevelMixedContentNever) {
     QMRXmlElement element("a", {QMRXmlElement("b", {QMRXmlElement("c")}), QMRXmlElement("d", {"x"})});
     EXPECT_EQ(element.toStringWithIndentation(2), "<a>\n  <b>\n    <c/>\n  </b>\n  <d>x</d>\n</a>");
     EXPECT_EQ(element.toStringWithIndentation(0), "<a><b><c/></b><d>x</d></a>");
-}
-
-TEST(QMRXmlElementIndentation, MixedContentIsNeverIndented) {
-    QMRXmlElement element("a", {QMRXmlElement("m", {"one ", QMRXmlElement("b", {QMRXmlElement("c")}), " two"})});
-    EXPECT_EQ(element.toStringWithIndentation(4), "<a>\n    <m>one <b><c/></b> two</m>\n</a>");
-}
-
-TEST(QMRXmlElementIndentation, NegativeIndentationIsRefused) {
-    EXPECT_THROW(QMRXmlElement("a").toStringWithIndentation(-1), QMRInvalidArgumentException);
-}
-
-TEST(QMRXmlElementContent, EmptyTextAddsNothing) {
-    EXPECT_EQ(QMRXmlElement(D, "exclusive", {""}).toStringWithIndentation(0), "<D:exclusive xmlns:D=\"DAV:\"/>");
+    EXPECT_THROW(element.toStringWithIndentation(-1), QMRInvalidArgumentException);
+    const QMRXmlElement mixed("a", {QMRXmlElement("m", {"one ", QMRXmlElement("b", {QMRXmlElement("c")}), " two"})});
+    EXPECT_EQ(mixed.toStringWithIndentation(4), "<a>\n    <m>one <b><c/></b> two</m>\n</a>");
 }
 
 TEST(QMRXmlElementContent, TextElementWrittenInBulkIsWhatTheElementWrites) {

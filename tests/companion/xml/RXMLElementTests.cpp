@@ -6,13 +6,7 @@
 
 namespace {
 
-std::vector<std::string> tagsOf(const std::vector<RXMLElement>& elements) {
-    std::vector<std::string> tags;
-    for (const auto& element : elements) tags.push_back(element.tag());
-    return tags;
-}
-
-TEST(RXMLElementValidity, TextThatIsNotOneWellFormedElementIsInvalid) {
+TEST(RXMLElementValidity, OnlyOneWellFormedElementIsValidWhateverDeclarationsAndCommentsSurroundIt) {
     for (const char* text : {"", "/a.txt", "<a>", "<a></b>", "<a/><b/>", "x<a/>", "<a/>x", "<!-- only -->",
                              "<a b=\"1></a>", "<a><![CDATA[x</a>"}) {
         const RXMLElement element = RXMLElement::elementFromXMLString(text);
@@ -23,17 +17,14 @@ TEST(RXMLElementValidity, TextThatIsNotOneWellFormedElementIsInvalid) {
         EXPECT_TRUE(element.childElements().empty()) << text;
     }
     EXPECT_FALSE(RXMLElement().isValid());
-}
-
-TEST(RXMLElementValidity, DeclarationCommentsDoctypeAndByteOrderMarkAreAccepted) {
-    const RXMLElement element = RXMLElement::elementFromXMLString(
+    const RXMLElement surrounded = RXMLElement::elementFromXMLString(
         "\xEF\xBB\xBF<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<!DOCTYPE html><!-- c -->\n<a>x</a>\n");
-    ASSERT_TRUE(element.isValid());
-    EXPECT_EQ(element.tag(), "a");
-    EXPECT_EQ(element.text(), "x");
+    ASSERT_TRUE(surrounded.isValid());
+    EXPECT_EQ(surrounded.tag(), "a");
+    EXPECT_EQ(surrounded.text(), "x");
 }
 
-TEST(RXMLElementNavigation, ChildMatchesLocalNameWhateverThePrefix) {
+TEST(RXMLElementNavigation, ChildMatchesLocalNameWhateverThePrefixAndMissingStepsChainSafely) {
     const RXMLElement root = RXMLElement::elementFromXMLString(
         "<d:multistatus xmlns:d=\"DAV:\" xmlns:x=\"DAV:\"><d:response><d:href>/data/a</d:href></d:response>"
         "<x:response><x:href>/data/b</x:href></x:response><response><href>/data/c</href></response>"
@@ -45,15 +36,11 @@ TEST(RXMLElementNavigation, ChildMatchesLocalNameWhateverThePrefix) {
     std::vector<std::string> hrefs;
     for (const auto& response : root.children("response")) hrefs.push_back(response.child("href").text());
     EXPECT_EQ(hrefs, (std::vector<std::string>{"/data/a", "/data/b", "/data/c"}));
-}
 
-TEST(RXMLElementNavigation, MissingStepsGiveInvalidElementsThatChainSafely) {
-    const RXMLElement root =
-        RXMLElement::elementFromXMLString("<prop><lockdiscovery><activelock/></lockdiscovery></prop>");
-    EXPECT_TRUE(root.child("lockdiscovery.activelock").isValid());
-    EXPECT_FALSE(root.child("lockdiscovery.missing").isValid());
-    EXPECT_FALSE(root.child("missing.activelock").isValid());
-    EXPECT_FALSE(root.child("lockdiscovery.activelock.timeout").child("x").isValid());
+    // Missing steps give invalid elements that chain safely.
+    EXPECT_FALSE(root.child("response.missing").isValid());
+    EXPECT_FALSE(root.child("missing.href").isValid());
+    EXPECT_FALSE(root.child("response.href.missing").child("x").isValid());
     EXPECT_EQ(root.child("missing").text(), "");
     EXPECT_EQ(root.child("missing").attribute("a"), "");
     EXPECT_TRUE(root.child("missing").children("x").empty());
@@ -61,23 +48,23 @@ TEST(RXMLElementNavigation, MissingStepsGiveInvalidElementsThatChainSafely) {
 
 TEST(RXMLElementNavigation, ChildElementsSkipTextAndKeepOrder) {
     const RXMLElement root = RXMLElement::elementFromXMLString("<p> <b/>t<a/><!--c--><b/><![CDATA[x]]></p>");
-    EXPECT_EQ(tagsOf(root.childElements()), (std::vector<std::string>{"b", "a", "b"}));
+    std::vector<std::string> tags;
+    for (const auto& element : root.childElements()) tags.push_back(element.tag());
+    EXPECT_EQ(tags, (std::vector<std::string>{"b", "a", "b"}));
     EXPECT_EQ(root.children("b").size(), 2u);
 }
 
-TEST(RXMLElementText, ConcatenatesDescendantTextAndCdataUntrimmed) {
+TEST(RXMLElementText, ConcatenatesDescendantTextAndCdataUntrimmedAndNormalisesLineEnds) {
     const RXMLElement root =
         RXMLElement::elementFromXMLString("<a> one <b>two<![CDATA[ <three> & ]]></b>\n<c/><d> </d>&amp;&lt;&#233;</a>");
     EXPECT_EQ(root.text(), " one two <three> & \n &<\xC3\xA9");
     EXPECT_EQ(root.child("d").text(), " ");
     EXPECT_EQ(root.child("c").text(), "");
-}
-
-TEST(RXMLElementText, LineEndsAreNormalisedUnlessEscaped) {
+    // Line ends are normalised unless escaped.
     EXPECT_EQ(RXMLElement::elementFromXMLString("<a>x\r\ny\rz&#13;</a>").text(), "x\ny\nz\r");
 }
 
-TEST(RXMLElementAttributes, ValuesNamesAndMissingAttributes) {
+TEST(RXMLElementAttributes, ValuesNamesMissingAttributesAndHtmlNamedEntities) {
     const RXMLElement element =
         RXMLElement::elementFromXMLString("<tr data-id=\"5\" data-file='caf%C3%A9' data-size=\"123\" empty=\"\"></tr>");
     EXPECT_EQ(element.attribute("data-id"), "5");
@@ -86,9 +73,8 @@ TEST(RXMLElementAttributes, ValuesNamesAndMissingAttributes) {
     EXPECT_TRUE(element.hasAttribute("empty"));
     EXPECT_FALSE(element.hasAttribute("missing"));
     EXPECT_EQ(element.attributeNames(), (std::vector<std::string>{"data-id", "data-file", "data-size", "empty"}));
-}
 
-TEST(RXMLElementAttributes, HtmlNamedEntitiesAreDecoded) {
+    // HTML's named entities, which servers put in attribute values, are decoded.
     const RXMLElement row = RXMLElement::elementFromXMLString(
         "<tr data-id=\"5\" data-file=\"caf&eacute; &amp; th&eacute;\" data-type=\"file\" "
         "title=\"May&nbsp;1, 2013 &quot;x&quot; &copy; &bogus; &\"></tr>");
